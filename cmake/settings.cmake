@@ -1,0 +1,21 @@
+# One interface target carries language level, warnings, hardening and
+# sanitizer flags; every target of the project links it.
+add_library(ict_settings INTERFACE)
+target_compile_features(ict_settings INTERFACE cxx_std_20)
+set(CMAKE_CXX_EXTENSIONS OFF)
+
+target_compile_options(ict_settings INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Wcast-align
+    -Woverloaded-virtual -Wformat=2 -Wimplicit-fallthrough
+    $<$<BOOL:${ICT_WERROR}>:-Werror>
+    -fstack-protector-strong)
+target_compile_definitions(ict_settings INTERFACE
+    $<$<NOT:$<CONFIG:Debug>>:_FORTIFY_SOURCE=2>
+    BOOST_ALL_NO_LIB)
+
+if(ICT_SANITIZE)
+    set(ict_sanitize_flags -fsanitize=address,undefined -fno-sanitize-recover=all
+        -fno-omit-frame-pointer)
+    target_compile_options(ict_settings INTERFACE ${ict_sanitize_flags})
+    target_link_options(ict_settings INTERFACE ${ict_sanitize_flags})
+endif()

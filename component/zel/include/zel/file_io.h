@@ -1,0 +1,54 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <memory>
+
+#include "zel/io.h"
+
+namespace zel {
+
+enum class OpenMode {
+    Read,          ///< existing regular file, read only
+    CreateAlways,  ///< create or truncate, write only
+};
+
+/// File stream over a POSIX descriptor. Opening for reading refuses
+/// anything but a regular file without blocking on FIFOs or devices, and
+/// reads ahead in large blocks so that small reads cost no system call.
+class FileIO final : public IIO {
+public:
+    static constexpr std::size_t kDefaultReadAhead = 256 * 1024;
+
+    /// Opens `path`; on failure returns the system error and leaves `io` empty.
+    static Result Open(const std::string& path, OpenMode mode, IIOPtr& io,
+                       std::size_t readAhead = kDefaultReadAhead);
+
+    Result Read(void* buffer, std::size_t size, std::size_t* bytesRead) override;
+    Result Write(const void* buffer, std::size_t size, std::size_t* bytesWritten) override;
+    Result Seek(std::int64_t offset, SeekOrigin origin, std::uint64_t* position) override;
+    Result GetSize(std::uint64_t* size) override;
+
+    /// Flushes written data to the device (used before renaming into place).
+    Result Sync();
+
+private:
+    FileIO(int fd, std::uint64_t size, std::size_t readAhead);
+    FileIO(const FileIO&) = delete;
+    FileIO& operator=(const FileIO&) = delete;
+    ~FileIO() override;
+
+    Result Fill();
+
+    int fd_;
+    std::uint64_t size_;
+    // Allocated on first use, no larger than the file needs, not zeroed:
+    // opening many small files must not cost a large buffer each.
+    std::unique_ptr<unsigned char[]> buffer_;
+    std::size_t capacity_;
+    std::size_t begin_ = 0;  // unread window of buffer_
+    std::size_t end_ = 0;
+};
+
+}  // namespace zel

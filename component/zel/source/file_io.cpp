@@ -1,0 +1,196 @@
+#include "zel/file_io.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <new>
+
+namespace zel {
+
+namespace {
+
+Result LastError() { return ResultFromErrno(errno); }
+
+}  // namespace
+
+Result FileIO::Open(const std::string& path, OpenMode mode, IIOPtr& io, std::size_t readAhead)
+{
+    io.reset();
+    int flags = O_CLOEXEC | O_NOCTTY;
+    if (mode == OpenMode::Read) {
+        // O_NONBLOCK keeps open() from waiting for a FIFO writer; the type
+        // check below then refuses everything that is not a regular file.
+        flags |= O_RDONLY | O_NONBLOCK;
+    } else {
+        flags |= O_WRONLY | O_CREAT | O_TRUNC;
+    }
+    int fd = -1;
+    do {
+        fd = ::open(path.c_str(), flags, 0644);
+    } while (fd < 0 && errno == EINTR);
+    if (fd < 0) {
+        return LastError();
+    }
+    struct stat status {};
+    if (::fstat(fd, &status) != 0) {
+        const Result result = LastError();
+        ::close(fd);
+        return result;
+    }
+    if (!S_ISREG(status.st_mode)) {
+        ::close(fd);
+        return S_ISDIR(status.st_mode) ? ResultFromErrno(EISDIR) : kNotRegularFile;
+    }
+    // O_NONBLOCK stays set: it has no effect on regular files. Read-ahead
+    // advice pays off only for large files; small ones would just cost a call.
+    if (mode == OpenMode::Read && status.st_size >= (off_t{1} << 20)) {
+        ::posix_fadvise(fd, 0, 0, POSIX_FADV_SEQUENTIAL);
+    }
+    try {
+        io.reset(new FileIO(fd, static_cast<std::uint64_t>(status.st_size),
+                            mode == OpenMode::Read ? readAhead : 0));
+    } catch (const std::bad_alloc&) {
+        ::close(fd);
+        return kOutOfMemory;
+    }
+    return kOk;
+}
+
+FileIO::FileIO(int fd, std::uint64_t size, std::size_t readAhead)
+    : fd_(fd), size_(size),
+      // One byte more than the file lets the first fill see the end too.
+      capacity_(static_cast<std::size_t>(std::min<std::uint64_t>(readAhead, size + 1)))
+{
+}
+
+FileIO::~FileIO() { ::close(fd_); }
+
+Result FileIO::Fill()
+{
+    begin_ = end_ = 0;
+    if (!buffer_) {
+        buffer_.reset(new (std::nothrow) unsigned char[capacity_]);
+        if (!buffer_) {
+            return kOutOfMemory;
+        }
+    }
+    for (;;) {
+        const ssize_t got = ::read(fd_, buffer_.get(), capacity_);
+        if (got >= 0) {
+            end_ = static_cast<std::size_t>(got);
+            return kOk;
+        }
+        if (errno != EINTR) {
+            return LastError();
+        }
+    }
+}
+
+Result FileIO::Read(void* buffer, std::size_t size, std::size_t* bytesRead)
+{
+    if (bytesRead == nullptr || (buffer == nullptr && size != 0)) {
+        return kInvalidArgument;
+    }
+    *bytesRead = 0;
+    if (size == 0) {
+        return kOk;
+    }
+    if (begin_ == end_) {
+        if (size >= capacity_) {
+            // Large reads go straight to the caller's buffer.
+            for (;;) {
+                const ssize_t got = ::read(fd_, buffer, size);
+                if (got >= 0) {
+                    *bytesRead = static_cast<std::size_t>(got);
+                    return kOk;
+                }
+                if (errno != EINTR) {
+                    return LastError();
+                }
+            }
+        }
+        if (const Result result = Fill(); Failed(result)) {
+            return result;
+        }
+    }
+    const std::size_t count = std::min(size, end_ - begin_);
+    if (count != 0) {
+        std::memcpy(buffer, buffer_.get() + begin_, count);
+    }
+    begin_ += count;
+    *bytesRead = count;
+    return kOk;
+}
+
+Result FileIO::Write(const void* buffer, std::size_t size, std::size_t* bytesWritten)
+{
+    if (buffer == nullptr && size != 0) {
+        return kInvalidArgument;
+    }
+    std::size_t done = 0;
+    const auto* bytes = static_cast<const unsigned char*>(buffer);
+    while (done < size) {
+        const ssize_t put = ::write(fd_, bytes + done, size - done);
+        if (put < 0) {
+            if (errno == EINTR) {
+                continue;
+            }
+            if (bytesWritten != nullptr) {
+                *bytesWritten = done;
+            }
+            return LastError();
+        }
+        done += static_cast<std::size_t>(put);
+    }
+    if (bytesWritten != nullptr) {
+        *bytesWritten = done;
+    }
+    size_ = std::max<std::uint64_t>(size_, static_cast<std::uint64_t>(::lseek(fd_, 0, SEEK_CUR)));
+    return kOk;
+}
+
+Result FileIO::Seek(std::int64_t offset, SeekOrigin origin, std::uint64_t* position)
+{
+    int whence = SEEK_SET;
+    if (origin == SeekOrigin::Current) {
+        whence = SEEK_CUR;
+        // The kernel's position is ahead of ours by the unread window.
+        offset -= static_cast<std::int64_t>(end_ - begin_);
+    } else if (origin == SeekOrigin::End) {
+        whence = SEEK_END;
+    }
+    const off_t at = ::lseek(fd_, static_cast<off_t>(offset), whence);
+    if (at < 0) {
+        return LastError();
+    }
+    begin_ = end_ = 0;
+    if (position != nullptr) {
+        *position = static_cast<std::uint64_t>(at);
+    }
+    return kOk;
+}
+
+Result FileIO::GetSize(std::uint64_t* size)
+{
+    if (size == nullptr) {
+        return kInvalidArgument;
+    }
+    struct stat status {};
+    if (::fstat(fd_, &status) != 0) {
+        return LastError();
+    }
+    size_ = static_cast<std::uint64_t>(status.st_size);
+    *size = size_;
+    return kOk;
+}
+
+Result FileIO::Sync()
+{
+    return ::fsync(fd_) == 0 ? kOk : LastError();
+}
+
+}  // namespace zel

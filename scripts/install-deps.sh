@@ -1,0 +1,50 @@
+#!/usr/bin/env bash
+# Installs every Debian package the build, the tests and the demo need.
+#   scripts/install-deps.sh           native toolchain and libraries
+#   scripts/install-deps.sh --arm64   also the AArch64 cross toolchain, qemu and :arm64 libraries
+set -euo pipefail
+
+arm64=0
+for arg in "$@"; do
+    case "$arg" in
+        --arm64) arm64=1 ;;
+        *) echo "unknown argument: $arg" >&2; exit 2 ;;
+    esac
+done
+
+sudo_cmd=()
+[ "$(id -u)" -eq 0 ] || sudo_cmd=(sudo)
+
+libs=(libboost-dev libboost-program-options-dev libboost-filesystem-dev
+      libboost-regex-dev libboost-date-time-dev
+      libtinyxml-dev libssl-dev zlib1g-dev libgtest-dev libgmock-dev)
+
+native=(build-essential cmake ninja-build pkg-config file openssl rhash
+        libbenchmark-dev "${libs[@]}")
+
+export DEBIAN_FRONTEND=noninteractive
+if [ "$arm64" -eq 1 ]; then
+    if ! dpkg --print-foreign-architectures | grep -qx arm64; then
+        "${sudo_cmd[@]}" dpkg --add-architecture arm64
+    fi
+fi
+
+missing() {
+    local p
+    for p in "$@"; do
+        dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || echo "$p"
+    done
+}
+
+wanted=("${native[@]}")
+if [ "$arm64" -eq 1 ]; then
+    wanted+=(g++-aarch64-linux-gnu qemu-user)
+    for l in "${libs[@]}"; do wanted+=("$l:arm64"); done
+fi
+
+todo=$(missing "${wanted[@]}")
+if [ -n "$todo" ]; then
+    "${sudo_cmd[@]}" apt-get update -qq
+    # shellcheck disable=SC2086
+    "${sudo_cmd[@]}" apt-get install -y -qq --no-install-recommends $todo
+fi

@@ -1,0 +1,72 @@
+#!/usr/bin/env bash
+# Installs the dependencies, then builds and tests the project three times:
+#   1. release build, warnings as errors;
+#   2. debug build under AddressSanitizer and UndefinedBehaviorSanitizer;
+#   3. AArch64 cross build, tests run under qemu user emulation.
+# Fails when any build, test or sanitizer report fails.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+root=$(pwd)
+
+bash scripts/install-deps.sh --arm64
+
+jobs=$(nproc)
+summary=()
+
+stage() {  # name, build dir, cmake arguments...
+    local name=$1 dir=$2
+    shift 2
+    local start=$SECONDS
+    echo "=== ${name}: configure and build"
+    cmake -S "$root" -B "$dir" -G Ninja -DICT_WERROR=ON "$@" >/dev/null
+    cmake --build "$dir" -j "$jobs"
+    echo "=== ${name}: tests"
+    local log
+    log=$(mktemp)
+    if ! (cd "$dir" && ctest -j "$jobs" --output-on-failure --timeout 900) | tee "$log"; then
+        rm -f "$log"
+        echo "=== ${name}: FAILED" >&2
+        exit 1
+    fi
+    # Under emulation a CTest entry is a whole test binary, so count the
+    # GoogleTest cases that actually ran.
+    local entries cases
+    entries=$(grep -oE '[0-9]+ tests failed out of [0-9]+' "$log" | grep -oE '[0-9]+$' || echo 0)
+    cases=$(grep -ohE '\[  PASSED  \] [0-9]+ tests?' "$dir/Testing/Temporary/LastTest.log" |
+            awk '{ n += $4 } END { print n + 0 }')
+    rm -f "$log"
+    summary+=("${name}: ${entries} CTest entries, ${cases} test cases passed," \
+              "$(( (SECONDS - start) / 60 )) min $(( (SECONDS - start) % 60 )) s")
+}
+
+stage "native release" build/release -DCMAKE_BUILD_TYPE=Release
+
+export ASAN_OPTIONS=abort_on_error=1:detect_leaks=1:strict_string_checks=1
+export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
+stage "sanitizers" build/sanitize -DCMAKE_BUILD_TYPE=Debug -DICT_SANITIZE=ON
+unset ASAN_OPTIONS UBSAN_OPTIONS
+
+stage "aarch64 (qemu)" build/aarch64 -DCMAKE_BUILD_TYPE=Release \
+    -DCMAKE_TOOLCHAIN_FILE="$root/cmake/aarch64-linux-gnu.cmake"
+
+echo "=== aarch64: program checks"
+emulator=(qemu-aarch64 -L /usr/aarch64-linux-gnu)
+for program in integrity_checker integrity_check_tool integrity_tester; do
+    description=$(file -b "build/aarch64/source/$program")
+    echo "$program: $description"
+    case "$description" in
+        *"ARM aarch64"*) ;;
+        *) echo "$program is not an AArch64 executable" >&2; exit 1 ;;
+    esac
+done
+native=$(build/release/source/integrity_checker --version)
+emulated=$("${emulator[@]}" build/aarch64/source/integrity_checker --version)
+if [ "$native" != "$emulated" ]; then
+    printf 'version output differs:\nnative:\n%s\nemulated:\n%s\n' "$native" "$emulated" >&2
+    exit 1
+fi
+printf '%s\n' "$emulated"
+
+echo
+echo "=== Summary"
+printf '%s\n' "${summary[@]}"

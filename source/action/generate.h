@@ -1,0 +1,38 @@
+#pragma once
+
+#include <functional>
+
+#include <zel/tracer.h>
+
+#include "action/action.h"
+#include "action/processor.h"
+#include "config.h"
+#include "factory/factory.h"
+
+namespace integrity_check_tool::action {
+
+/// Fills a manifest's missing expected values from the installed files and
+/// stores it, stamped with the generation time. Nothing is written when any
+/// entry fails.
+class Generate final : public IAction, private zel::TracerProvider {
+public:
+    Generate(zel::ITracerPtr tracer, IFactoryPtr factory, Config::Generate config);
+
+    bool Run() override;
+
+private:
+    void GenerateManifest(Manifest& manifest);
+    /// Adds the default check to an entry without checks and fills every
+    /// empty expected value from the object that `open` gives.
+    void GenerateChecks(const std::string& description, CheckInfoList& checks,
+                        const std::function<IDataObjectPtr()>& open);
+    void GenerateDirectory(DirectoryInfo& directory);
+    void GenerateRegistryKey(RegistryKeyInfo& key);
+
+    IFactoryPtr factory_;
+    Config::Generate config_;
+    IProcessorPtr processor_;
+    IEnvironmentPtr environment_;
+};
+
+}  // namespace integrity_check_tool::action

@@ -1,0 +1,114 @@
+#include "action/processor.h"
+
+#include "config.h"
+#include "exception.h"
+#include "manifest/filter.h"
+#include "manifest/manifest.h"
+#include "utils/format.h"
+
+namespace integrity_check_tool {
+
+Processor::Processor(zel::ITracerPtr tracer, IConsolePtr console, IFilterPtr filter,
+                     IStatisticsPtr statistics)
+    : zel::TracerProvider(std::move(tracer)), console_(std::move(console)), filter_(std::move(filter)),
+      statistics_(std::move(statistics))
+{
+}
+
+bool Processor::ProcessFile(const std::string& name, const Work& work)
+{
+    return Process(ObjectKind::File, name, work);
+}
+
+bool Processor::ProcessDirectory(const std::string& name, const Work& work)
+{
+    return Process(ObjectKind::Directory, name, work);
+}
+
+bool Processor::ProcessManifest(const std::string& name, const Work& work)
+{
+    return Process(ObjectKind::Manifest, name, work);
+}
+
+bool Processor::ProcessRegistryKey(const std::string& name, const Work& work)
+{
+    return Process(ObjectKind::RegistryKey, name, work);
+}
+
+bool Processor::ProcessRegistryValue(const std::string& name, const Work& work)
+{
+    return Process(ObjectKind::RegistryValue, name, work);
+}
+
+bool Processor::Process(ObjectKind kind, const std::string& name, const Work& work)
+{
+    const char* kindName = KindName(kind);
+    Trace(kTraceDebug, "Processing %1% %2% ...", kindName, name);
+    std::string reason;
+    try {
+        if (!work) {
+            throw std::bad_function_call();
+        }
+        work();
+        console_->Write(kConsoleDetail, Format("%1% %2% succeeded\n", kindName, name));
+        if (statistics_) {
+            statistics_->AddSucceeded(kind);
+        }
+        return true;
+    } catch (...) {
+        reason = CurrentExceptionMessage();
+    }
+    const std::string line = Format("%1% %2% failed. Reason: %3%", kindName, name, reason);
+    Trace(kTraceError, line);
+    console_->Write(kConsoleFailure, line + "\n");
+    if (statistics_) {
+        statistics_->AddFailed(kind);
+    }
+    return false;
+}
+
+void Processor::Filter(Manifest& manifest)
+{
+    if (filter_) {
+        manifest.Accept(*this);
+    }
+}
+
+bool Processor::IsFiltered(ObjectKind kind, const Applicability& entry, const std::string& name)
+{
+    const char* kindName = KindName(kind);
+    if (!filter_ || !filter_->IsFiltered(entry, Format("%1% %2%", kindName, name))) {
+        return false;
+    }
+    console_->Write(kConsoleDetail, Format("%1% %2% filtered\n", kindName, name));
+    if (statistics_) {
+        statistics_->AddSkipped(kind);
+    }
+    return true;
+}
+
+void Processor::VisitManifest(Manifest& manifest)
+{
+    manifest.files.EraseIf([this](const FileInfo& file) { return IsFiltered(ObjectKind::File, file, file.path); });
+    std::erase_if(manifest.directories, [this](const DirectoryInfo& directory) {
+        return IsFiltered(ObjectKind::Directory, directory, directory.path);
+    });
+    std::erase_if(manifest.registries, [this](const RegistryKeyInfo& key) {
+        return IsFiltered(ObjectKind::RegistryKey, key, key.path);
+    });
+}
+
+void Processor::VisitDirectory(DirectoryInfo& directory)
+{
+    directory.files.EraseIf([&](const FileInfo& file) {
+        return IsFiltered(ObjectKind::File, file, (Path(directory.path) / file.path).string());
+    });
+}
+
+void Processor::VisitRegistryKey(RegistryKeyInfo& key)
+{
+    key.values.EraseIf(
+        [this](const RegistryValueInfo& value) { return IsFiltered(ObjectKind::RegistryValue, value, value.name); });
+}
+
+}  // namespace integrity_check_tool

@@ -1,0 +1,124 @@
+#include "action/verify.h"
+
+#include <zel/memory_io.h>
+
+#include "action/signature_verifier.h"
+#include "check/checker.h"
+#include "console.h"
+#include "exception.h"
+#include "manifest/expand_visitor.h"
+#include "manifest/make_unique_visitor.h"
+#include "manifest/manifest.h"
+#include "manifest/storage.h"
+
+namespace integrity_check_tool::action {
+
+namespace {
+
+constexpr const char* kVerifying = "Verifying %1% ...";
+constexpr const char* kCompleted = "Verification of %1% completed";
+constexpr const char* kFailed = "Verification of %1% %2% failed";
+
+}  // namespace
+
+Verify::Verify(zel::ITracerPtr tracer, IFactoryPtr factory, std::vector<Path> manifestPaths)
+    : zel::TracerProvider(std::move(tracer)), factory_(std::move(factory)),
+      manifestPaths_(std::move(manifestPaths))
+{
+}
+
+bool Verify::Run()
+{
+    const ISignatureVerifierPtr verifier = factory_->CreateSignatureVerifier();
+    const IStoragePtr storage = factory_->CreateStorage();
+    std::vector<Manifest> manifests(manifestPaths_.size());
+    for (std::size_t i = 0; i < manifestPaths_.size(); ++i) {
+        // Only the signed content is parsed, never the file a second time.
+        Blob content;
+        verifier->Verify(manifestPaths_[i], content);
+        zel::MemoryIO stream(std::move(content));
+        storage->LoadFromStream(stream, manifests[i]);
+    }
+    processor_ = factory_->CreateProcessor();
+    const bool succeeded =
+        processor_->ProcessManifest(manifestPaths_.front().string(), [&] { VerifyManifest(manifests); });
+    factory_->GetStatistics()->WriteSummary(*factory_->CreateConsole(false));
+    return succeeded;
+}
+
+void Verify::VerifyManifest(std::vector<Manifest>& manifests)
+{
+    Manifest& manifest = manifests.front();
+    const std::string name = manifestPaths_.front().string();
+    for (std::size_t i = 1; i < manifests.size(); ++i) {
+        Trace(kTraceDebug, "Merge %1% -> %2% ...", manifestPaths_[i].string(), name);
+        manifest.Merge(std::move(manifests[i]));
+    }
+    // Entries named by several manifests (or twice in one) are checked once.
+    MakeUniqueManifestVisitor unique;
+    manifest.Accept(unique);
+
+    Trace(kTraceDebug, kVerifying, name);
+    const IEnvironmentPtr environment = factory_->CreateEnvironment(manifestPaths_.front());
+    ExpandVariablesManifestVisitor expand(*environment, factory_->CreateFilter());
+    manifest.Accept(expand);
+    processor_->Filter(manifest);
+
+    bool succeeded = true;
+    for (const FileInfo& file : manifest.files) {
+        succeeded = VerifyFile(file.path, file.checks) && succeeded;
+    }
+    for (const DirectoryInfo& directory : manifest.directories) {
+        succeeded = processor_->ProcessDirectory(directory.path, [&] { VerifyDirectory(directory); }) &&
+                    succeeded;
+    }
+    for (const RegistryKeyInfo& key : manifest.registries) {
+        succeeded = processor_->ProcessRegistryKey(key.path, [&] { VerifyRegistryKey(key); }) && succeeded;
+    }
+    if (!succeeded) {
+        ICT_THROW(kFailed, "manifest", name);
+    }
+}
+
+bool Verify::VerifyFile(const std::string& path, const CheckInfoList& checks)
+{
+    return processor_->ProcessFile(path, [&] {
+        Trace(kTraceDebug, kVerifying, path);
+        factory_->CreateFileAnyOf(checks)->CheckFileValue(Path(path));
+        Trace(kTraceDebug, kCompleted, path);
+    });
+}
+
+void Verify::VerifyDirectory(const DirectoryInfo& directory)
+{
+    Trace(kTraceDebug, kVerifying, directory.path);
+    bool succeeded = true;
+    for (const FileInfo& file : directory.files) {
+        succeeded = VerifyFile((Path(directory.path) / file.path).string(), file.checks) && succeeded;
+    }
+    if (!succeeded) {
+        ICT_THROW(kFailed, "directory", directory.path);
+    }
+    Trace(kTraceDebug, kCompleted, directory.path);
+}
+
+void Verify::VerifyRegistryKey(const RegistryKeyInfo& key)
+{
+    Trace(kTraceDebug, kVerifying, key.path);
+    bool succeeded = true;
+    for (const RegistryValueInfo& value : key.values) {
+        succeeded = processor_->ProcessRegistryValue(value.name, [&] {
+                        Trace(kTraceDebug, kVerifying, value.name);
+                        factory_->CreateRegistryAnyOf(value.checks)
+                            ->CheckRegistryValue(key.path, value.name, value.type);
+                        Trace(kTraceDebug, kCompleted, value.name);
+                    }) &&
+                    succeeded;
+    }
+    if (!succeeded) {
+        ICT_THROW(kFailed, "registry path", key.path);
+    }
+    Trace(kTraceDebug, kCompleted, key.path);
+}
+
+}  // namespace integrity_check_tool::action

@@ -1,0 +1,61 @@
+#include "arguments/entry.h"
+
+#include <iostream>
+#include <locale>
+#include <stdexcept>
+#include <vector>
+
+#include <boost/filesystem/path.hpp>
+#include <zel/service_locator.h>
+
+#include "application.h"
+#include "exception.h"
+
+namespace integrity_check_tool {
+
+namespace {
+
+void SetUpLocale()
+{
+    try {
+        std::locale::global(std::locale(""));
+    } catch (const std::runtime_error&) {
+        // An unknown LANG leaves the classic locale; paths stay byte strings.
+    }
+    boost::filesystem::path::imbue(std::locale());
+}
+
+}  // namespace
+
+int RunProgram(int argc, char** argv, const std::function<ArgumentsPtr()>& createArguments)
+{
+    try {
+        SetUpLocale();
+        const std::vector<std::string> arguments(argv, argv + argc);
+        ArgumentsPtr parsed = createArguments();
+        parsed->Parse(arguments);
+        if (parsed->IsHelpRequested()) {
+            parsed->PrintHelp(std::cout);
+            std::cout.flush();
+            return 0;
+        }
+        ConfigPtr config = parsed->CreateConfig();
+        auto application = std::make_unique<Application>(config, zel::MakeIntrusive<zel::ServiceLocator>());
+        const bool succeeded = application->Run();
+        application.reset();
+        config.reset();
+        parsed.reset();
+        if (succeeded) {
+            std::cout << "SUCCEEDED" << std::endl;
+            return 0;
+        }
+        std::cerr << "FAILED" << std::endl;
+        return 1;
+    } catch (...) {
+        std::cout.flush();
+        std::cerr << DescribeCurrentException() << '\n' << "FAILED" << std::endl;
+        return 1;
+    }
+}
+
+}  // namespace integrity_check_tool

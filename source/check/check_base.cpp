@@ -1,0 +1,25 @@
+#include "check/check_base.h"
+
+#include "data_object/data_object.h"
+
+namespace integrity_check_tool::check {
+
+void CheckBase::CheckFileValue(const Path& path) const
+{
+    const IDataObjectPtr object = factory_->CreateFileObject(path);
+    Check(*object, Subject{path.string(), std::nullopt}, false);
+}
+
+void CheckBase::CheckRegistryValue(const std::string& key, const std::string& value,
+                                   RegistryType type) const
+{
+    const IDataObjectPtr object = factory_->CreateRegistryObject(key, value, type);
+    Check(*object, Subject{value, key}, true);
+}
+
+void CheckBase::Mismatch(CheckType type, const std::string& reason)
+{
+    BOOST_THROW_EXCEPTION(VerificationMismatch(type, reason));
+}
+
+}  // namespace integrity_check_tool::check

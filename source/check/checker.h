@@ -1,0 +1,30 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "manifest/enums.h"
+#include "types.h"
+
+namespace integrity_check_tool {
+
+/// Decides one fact about a file: returns when it holds, throws
+/// check::VerificationMismatch when it does not, and lets any other error
+/// through.
+class IFileChecker {
+public:
+    virtual ~IFileChecker() = default;
+    virtual void CheckFileValue(const Path& path) const = 0;
+};
+using IFileCheckerPtr = std::shared_ptr<const IFileChecker>;
+
+/// The same for a registry value (`key` path, value name, expected type).
+class IRegistryChecker {
+public:
+    virtual ~IRegistryChecker() = default;
+    virtual void CheckRegistryValue(const std::string& key, const std::string& value,
+                                    RegistryType type) const = 0;
+};
+using IRegistryCheckerPtr = std::shared_ptr<const IRegistryChecker>;
+
+}  // namespace integrity_check_tool

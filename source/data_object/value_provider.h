@@ -1,0 +1,45 @@
+#pragma once
+
+#include <memory>
+
+#include "data_object/data_object.h"
+#include "types.h"
+#include "utils/hash.h"
+
+namespace integrity_check_tool {
+
+/// Turns a data object into the bytes a check compares.
+class IValueProvider {
+public:
+    virtual ~IValueProvider() = default;
+    /// Fills `value`; throws when the object cannot be read.
+    virtual void GetValue(IDataObject& object, Blob& value) const = 0;
+};
+using IValueProviderPtr = std::shared_ptr<const IValueProvider>;
+
+namespace value_provider {
+
+/// The empty value; the object is not opened.
+class Empty final : public IValueProvider {
+public:
+    void GetValue(IDataObject& object, Blob& value) const override;
+};
+
+/// The object's whole content.
+class Raw final : public IValueProvider {
+public:
+    void GetValue(IDataObject& object, Blob& value) const override;
+};
+
+/// The digest of the object's content.
+class Hash final : public IValueProvider {
+public:
+    explicit Hash(IHashPtr hash) : hash_(std::move(hash)) {}
+    void GetValue(IDataObject& object, Blob& value) const override;
+
+private:
+    IHashPtr hash_;
+};
+
+}  // namespace value_provider
+}  // namespace integrity_check_tool

@@ -1,0 +1,99 @@
+#include "utils/atomic_file.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <random>
+
+#include "exception.h"
+
+namespace integrity_check_tool {
+
+namespace {
+
+constexpr const char* kWriteFailed = "Can't write file %1%. Reason: %2%";
+
+std::string RandomSuffix()
+{
+    static constexpr char kLetters[] = "abcdefghijklmnopqrstuvwxyz0123456789";
+    std::random_device device;
+    std::string suffix;
+    for (int i = 0; i < 8; ++i) {
+        suffix.push_back(kLetters[device() % (sizeof kLetters - 1)]);
+    }
+    return suffix;
+}
+
+}  // namespace
+
+AtomicFile::AtomicFile(Path target) : target_(std::move(target))
+{
+    const Path directory = target_.has_parent_path() ? target_.parent_path() : Path(".");
+    for (int attempt = 0; attempt < 16 && !stream_; ++attempt) {
+        temporary_ = directory / ("." + target_.filename().string() + ".tmp" + RandomSuffix());
+        const int fd = ::open(temporary_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+        if (fd < 0) {
+            if (errno == EEXIST) {
+                continue;
+            }
+            ICT_THROW(kWriteFailed, target_.string(), zel::ResultMessage(zel::ResultFromErrno(errno)));
+        }
+        ::close(fd);
+        zel::IIOPtr stream;
+        const zel::Result result = zel::FileIO::Open(temporary_.string(), zel::OpenMode::CreateAlways, stream);
+        if (zel::Failed(result)) {
+            ::unlink(temporary_.c_str());
+            ICT_THROW(kWriteFailed, target_.string(), zel::ResultMessage(result));
+        }
+        stream_ = stream;
+    }
+    if (!stream_) {
+        ICT_THROW(kWriteFailed, target_.string(), "no free temporary name");
+    }
+}
+
+AtomicFile::~AtomicFile()
+{
+    stream_.reset();
+    if (!committed_) {
+        ::unlink(temporary_.c_str());
+    }
+}
+
+void AtomicFile::Write(std::string_view bytes)
+{
+    const zel::Result result = stream_->Write(bytes.data(), bytes.size(), nullptr);
+    if (zel::Failed(result)) {
+        ICT_THROW(kWriteFailed, target_.string(), zel::ResultMessage(result));
+    }
+}
+
+void AtomicFile::Commit()
+{
+    // A replaced file keeps its permissions; a new one gets the usual ones.
+    struct stat existing {};
+    mode_t mode = 0;
+    if (::stat(target_.c_str(), &existing) == 0) {
+        mode = existing.st_mode & 07777;
+    } else {
+        const mode_t mask = ::umask(0);
+        ::umask(mask);
+        mode = 0666 & ~mask;
+    }
+    zel::Result result = static_cast<zel::FileIO&>(*stream_).Sync();
+    if (zel::Succeeded(result) && ::chmod(temporary_.c_str(), mode) != 0) {
+        result = zel::ResultFromErrno(errno);
+    }
+    stream_.reset();
+    if (zel::Succeeded(result) && ::rename(temporary_.c_str(), target_.c_str()) != 0) {
+        result = zel::ResultFromErrno(errno);
+    }
+    if (zel::Failed(result)) {
+        ICT_THROW(kWriteFailed, target_.string(), zel::ResultMessage(result));
+    }
+    committed_ = true;
+}
+
+}  // namespace integrity_check_tool

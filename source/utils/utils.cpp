@@ -1,0 +1,38 @@
+#include "utils/utils.h"
+
+#include <zel/exception.h>
+#include <zel/file_io.h>
+
+#include "utils/format.h"
+
+namespace integrity_check_tool {
+
+std::string VersionLine() { return Format("Version %1%", kProgramVersion); }
+
+std::string SchemaLine() { return Format("Schema version: %1%", kSchemaVersion); }
+
+Blob ReadWholeFile(const Path& path)
+{
+    zel::IIOPtr io;
+    ZEL_CHECK(zel::FileIO::Open(path.string(), zel::OpenMode::Read, io));
+    std::uint64_t size = 0;
+    ZEL_CHECK(io->GetSize(&size));
+    if (size > Blob().max_size()) {
+        ZEL_CHECK(zel::kTooLarge);
+    }
+    Blob content;
+    content.reserve(static_cast<std::size_t>(size));
+    // Read to the end rather than trusting the size: the file may change.
+    std::uint8_t chunk[64 * 1024];
+    for (;;) {
+        std::size_t got = 0;
+        ZEL_CHECK(io->Read(chunk, sizeof chunk, &got));
+        if (got == 0) {
+            break;
+        }
+        content.insert(content.end(), chunk, chunk + got);
+    }
+    return content;
+}
+
+}  // namespace integrity_check_tool

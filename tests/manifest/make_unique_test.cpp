@@ -1,0 +1,113 @@
+#include <gtest/gtest.h>
+
+#include "exception.h"
+#include "manifest/make_unique_visitor.h"
+#include "manifest/manifest.h"
+#include "support/manifest_builder.h"
+
+namespace integrity_check_tool {
+namespace {
+
+using test::Check;
+using test::File;
+
+void Collapse(Manifest& manifest)
+{
+    MakeUniqueManifestVisitor visitor;
+    manifest.Accept(visitor);
+}
+
+TEST(MakeUniqueTest, DuplicateFilesWithEqualCheckTypesCollapse)
+{
+    Manifest manifest;
+    manifest.files = {File("/a", {Check(CheckType::Sha256, {1}), Check(CheckType::Exists)}),
+                      File("/b"),
+                      File("/a", {Check(CheckType::Exists), Check(CheckType::Sha256, {2})})};
+    Collapse(manifest);
+    ASSERT_EQ(manifest.files.size(), 2u);
+    EXPECT_EQ(manifest.files[0].path, "/a");
+    // The first entry survives; its checks come out ordered by type, then value.
+    ASSERT_EQ(manifest.files[0].checks.size(), 2u);
+    EXPECT_EQ(manifest.files[0].checks[0]->type, CheckType::Exists);
+    EXPECT_EQ(manifest.files[0].checks[1]->value, Blob{1});
+}
+
+TEST(MakeUniqueTest, DuplicateFilesWithDifferentCheckTypesFail)
+{
+    Manifest manifest;
+    manifest.directories.resize(1);
+    manifest.directories[0].files = {File("bin/x", {Check(CheckType::Sha256)}),
+                                     File("bin/x", {Check(CheckType::Sha256), Check(CheckType::Exists)})};
+    try {
+        Collapse(manifest);
+        FAIL() << "no exception";
+    } catch (const Exception& error) {
+        EXPECT_EQ(error.GetDescription(), "Mismatch check types found for bin/x");
+    }
+}
+
+TEST(MakeUniqueTest, RegistryValueMismatchNamesKeyAndValue)
+{
+    Manifest manifest;
+    manifest.registries.resize(1);
+    manifest.registries[0].path = "HKLM\\Soft";
+    manifest.registries[0].values = {test::Value("v", RegistryType::Sz, {Check(CheckType::Value)}),
+                                     test::Value("v", RegistryType::Sz, {})};
+    try {
+        Collapse(manifest);
+        FAIL() << "no exception";
+    } catch (const Exception& error) {
+        EXPECT_EQ(error.GetDescription(), "Mismatch check types found for HKLM\\Soft v");
+    }
+}
+
+TEST(MakeUniqueTest, EntriesDifferingInConditionsAreKept)
+{
+    Manifest manifest;
+    FileInfo x64 = File("/a", {Check(CheckType::Sha256, {1})});
+    x64.arch = Arch::X86_64;
+    FileInfo arm = File("/a", {Check(CheckType::Exists)});
+    arm.arch = Arch::ARM64;
+    manifest.files = {arm, x64, x64};
+    Collapse(manifest);
+    ASSERT_EQ(manifest.files.size(), 2u);
+    EXPECT_EQ(manifest.files[0].arch, Arch::X86_64);
+    EXPECT_EQ(manifest.files[1].arch, Arch::ARM64);
+}
+
+TEST(MakeUniqueTest, ChecksKeepDifferentValuesAndDropRepeats)
+{
+    Manifest manifest;
+    manifest.files = {File("/a", {Check(CheckType::Sha256, {2}), Check(CheckType::Sha256, {1, 0}),
+                                  Check(CheckType::Sha256, {1}), Check(CheckType::Sha256, {2})})};
+    Collapse(manifest);
+    const CheckInfoList& checks = manifest.files[0].checks;
+    ASSERT_EQ(checks.size(), 3u);
+    EXPECT_EQ(checks[0]->value, Blob{1});
+    EXPECT_EQ(checks[1]->value, (Blob{1, 0}));
+    EXPECT_EQ(checks[2]->value, Blob{2});
+}
+
+TEST(MakeUniqueTest, MergedDuplicateDirectoriesPoolTheirFiles)
+{
+    Manifest first;
+    first.directories.resize(1);
+    first.directories[0].path = "/opt/x";
+    first.directories[0].files = {File("a", {Check(CheckType::Exists)})};
+    first.environments.push_back({{}, "B", "2"});
+    Manifest second = first;
+    second.directories[0].path = "/opt//x";
+    second.directories[0].files.Insert(File("b"));
+    second.environments = {{{}, "A", "1"}, {{}, "B", "2"}};
+
+    first.Merge(std::move(second));
+    Collapse(first);
+    ASSERT_EQ(first.directories.size(), 1u);
+    ASSERT_EQ(first.directories[0].files.size(), 2u);
+    EXPECT_EQ(first.directories[0].files[1].path, "b");
+    ASSERT_EQ(first.environments.size(), 2u);
+    EXPECT_EQ(first.environments[0].key, "A");
+}
+
+}  // namespace
+}  // namespace integrity_check_tool

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace integrity_check_tool::test {
+
+/// What a finished program printed and returned.
+struct ProcessResult {
+    int exitStatus = -1;
+    std::string out;
+    std::string err;
+};
+
+/// Runs `program` with `arguments` (without argv[0]), under the build's
+/// emulator when there is one, and waits for it. `workingDirectory` empty
+/// keeps the current one.
+ProcessResult RunProcess(const std::string& program, const std::vector<std::string>& arguments,
+                         const std::string& workingDirectory = {});
+
+/// The emulator command of a cross build, empty natively.
+std::vector<std::string> EmulatorCommand();
+
+}  // namespace integrity_check_tool::test
