@@ -64,11 +64,12 @@ protected:
         return RunProgram(Program::CheckTool, {"-g", "-c", config.string(), "-m", manifest.string()});
     }
 
-    ProcessResult Verify(const std::vector<std::string>& extra = {}) const
+    ProcessResult Verify(const std::vector<std::string>& extra = {},
+                         const std::vector<std::string>& launcher = {}) const
     {
         std::vector<std::string> arguments{"--without-signature", ManifestPath().string()};
         arguments.insert(arguments.end(), extra.begin(), extra.end());
-        return RunProgram(Program::Tester, arguments);
+        return RunProgram(Program::Tester, arguments, {}, launcher);
     }
 
     void GenerateManifest() const
@@ -167,14 +168,20 @@ TEST_F(EngineTest, BrokenEntriesFailWithTheirOwnMessage)
 
 TEST_F(EngineTest, UnreadableFileFailsWithThePermissionError)
 {
-    if (::geteuid() == 0) {
-        GTEST_SKIP() << "root reads every file";
-    }
     WriteFile(dir_ / "secret", "x");
     boost::filesystem::permissions(dir_ / "secret", boost::filesystem::no_perms);
     WriteFile(ManifestPath(), "<Manifest><File path=\"" + (dir_ / "secret").string() +
                                   "\"><Check type=\"Value\" value=\"eA==\"/></File></Manifest>");
-    const std::vector<std::string> lines = FailureLines(Verify());
+    // Root reads every file, so run the check as an unprivileged user.
+    std::vector<std::string> launcher;
+    if (::geteuid() == 0) {
+        launcher = {"setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"};
+        for (const Path& path : {dir_.path(), Product(), ManifestPath()}) {
+            boost::filesystem::permissions(path, boost::filesystem::add_perms | boost::filesystem::others_read |
+                                                     boost::filesystem::others_exe);
+        }
+    }
+    const std::vector<std::string> lines = FailureLines(Verify({}, launcher));
     ASSERT_FALSE(lines.empty());
     EXPECT_EQ(lines[0], "file " + (dir_ / "secret").string() + " failed. Reason: Can't read or access file " +
                             (dir_ / "secret").string() + ". Reason: Permission denied");

@@ -3,12 +3,12 @@
 namespace integrity_check_tool::test {
 
 ProcessResult RunProgram(Program program, const std::vector<std::string>& arguments,
-                  const std::string& workingDirectory)
+                         const std::string& workingDirectory, const std::vector<std::string>& launcher)
 {
     const char* path = program == Program::Checker     ? ICT_CHECKER_PATH
                        : program == Program::CheckTool ? ICT_CHECK_TOOL_PATH
                                                        : ICT_TESTER_PATH;
-    return RunProcess(path, arguments, workingDirectory);
+    return RunProcess(path, arguments, workingDirectory, launcher);
 }
 
 std::vector<std::string> Lines(const std::string& text)

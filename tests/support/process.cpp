@@ -31,9 +31,11 @@ std::vector<std::string> EmulatorCommand()
 }
 
 ProcessResult RunProcess(const std::string& program, const std::vector<std::string>& arguments,
-                         const std::string& workingDirectory)
+                         const std::string& workingDirectory, const std::vector<std::string>& launcher)
 {
-    std::vector<std::string> command = EmulatorCommand();
+    std::vector<std::string> command = launcher;
+    const std::vector<std::string> emulator = EmulatorCommand();
+    command.insert(command.end(), emulator.begin(), emulator.end());
     command.push_back(program);
     command.insert(command.end(), arguments.begin(), arguments.end());
     std::vector<char*> argv;

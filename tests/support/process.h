@@ -14,9 +14,11 @@ struct ProcessResult {
 
 /// Runs `program` with `arguments` (without argv[0]), under the build's
 /// emulator when there is one, and waits for it. `workingDirectory` empty
-/// keeps the current one.
+/// keeps the current one. `launcher`, a native command line, is put in front
+/// of everything (to drop privileges, say).
 ProcessResult RunProcess(const std::string& program, const std::vector<std::string>& arguments,
-                         const std::string& workingDirectory = {});
+                         const std::string& workingDirectory = {},
+                         const std::vector<std::string>& launcher = {});
 
 /// The emulator command of a cross build, empty natively.
 std::vector<std::string> EmulatorCommand();
