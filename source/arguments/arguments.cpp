@@ -188,4 +188,14 @@ Path Arguments::GetManifestPath() const
     ICT_THROW("Manifest path not specified");
 }
 
+Config::Verify Arguments::VerifyRecord() const
+{
+    Config::Verify verify;
+    verify.isVerbose = Has("verbose");
+    verify.signatureType = Variables()["signature-type"].as<SignatureType>();
+    verify.manifestPaths = GetManifestPaths();
+    verify.crlStoragePath = GetCrlStoragePath();
+    return verify;
+}
+
 }  // namespace integrity_check_tool

@@ -63,6 +63,8 @@ protected:
     static std::set<Path> CheckManifestPaths(const std::vector<std::string>& paths);
 
     bool Has(const char* name) const { return variables_.count(name) != 0; }
+    /// The verification record of the options that the checker and the tool share.
+    Config::Verify VerifyRecord() const;
     const po::variables_map& Variables() const noexcept { return variables_; }
 
 private:

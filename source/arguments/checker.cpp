@@ -47,11 +47,7 @@ std::shared_ptr<Config> CheckerArguments::BuildConfig() const
     if (Has("version")) {
         config->displayVersion.emplace();
     } else {
-        Config::Verify& verify = config->verify.emplace();
-        verify.isVerbose = Has("verbose");
-        verify.signatureType = Variables()["signature-type"].as<SignatureType>();
-        verify.manifestPaths = GetManifestPaths();
-        verify.crlStoragePath = GetCrlStoragePath();
+        config->verify = VerifyRecord();
     }
     if (Has("trace")) {
         config->logFile = Path(Variables()["trace"].as<std::string>());

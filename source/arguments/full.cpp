@@ -144,11 +144,7 @@ ConfigPtr FullArguments::CreateConfig() const
         }
     } else {
         // Verification is what the tool does when no action is named.
-        Config::Verify& verify = config->verify.emplace();
-        verify.isVerbose = Has("verbose");
-        verify.signatureType = Variables()["signature-type"].as<SignatureType>();
-        verify.manifestPaths = GetManifestPaths();
-        verify.crlStoragePath = GetCrlStoragePath();
+        config->verify = VerifyRecord();
     }
     if (Has("log-file")) {
         config->logFile = Path(Variables()["log-file"].as<std::string>());

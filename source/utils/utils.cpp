@@ -11,6 +11,25 @@ std::string VersionLine() { return Format("Version %1%", kProgramVersion); }
 
 std::string SchemaLine() { return Format("Schema version: %1%", kSchemaVersion); }
 
+Blob ReadWholeStream(zel::IIO& io)
+{
+    std::uint64_t size = 0;
+    Blob content;
+    if (zel::Succeeded(io.GetSize(&size)) && size < (std::uint64_t{1} << 32)) {
+        content.reserve(static_cast<std::size_t>(size));
+    }
+    std::uint8_t chunk[64 * 1024];
+    for (;;) {
+        std::size_t got = 0;
+        ZEL_CHECK(io.Read(chunk, sizeof chunk, &got));
+        if (got == 0) {
+            break;
+        }
+        content.insert(content.end(), chunk, chunk + got);
+    }
+    return content;
+}
+
 Blob ReadWholeFile(const Path& path)
 {
     zel::IIOPtr io;
@@ -20,19 +39,7 @@ Blob ReadWholeFile(const Path& path)
     if (size > Blob().max_size()) {
         ZEL_CHECK(zel::kTooLarge);
     }
-    Blob content;
-    content.reserve(static_cast<std::size_t>(size));
-    // Read to the end rather than trusting the size: the file may change.
-    std::uint8_t chunk[64 * 1024];
-    for (;;) {
-        std::size_t got = 0;
-        ZEL_CHECK(io->Read(chunk, sizeof chunk, &got));
-        if (got == 0) {
-            break;
-        }
-        content.insert(content.end(), chunk, chunk + got);
-    }
-    return content;
+    return ReadWholeStream(*io);
 }
 
 }  // namespace integrity_check_tool

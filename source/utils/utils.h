@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <string>
 
+#include <zel/io.h>
+
 #include "types.h"
 
 namespace integrity_check_tool {
@@ -16,6 +18,10 @@ inline constexpr std::uint32_t kSchemaVersion = 2;
 std::string VersionLine();
 /// "Schema version: <schema version>".
 std::string SchemaLine();
+
+/// The rest of `io` up to its end, however long the size said it was (files
+/// may change while read); throws zel::Exception when a read fails.
+Blob ReadWholeStream(zel::IIO& io);
 
 /// The whole content of the file at `path`; throws zel::Exception when the
 /// file cannot be opened or read.
