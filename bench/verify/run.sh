@@ -130,7 +130,8 @@ for ((round = 1; round <= runs; ++round)); do
 done
 declare -A median
 for name in "${names[@]}"; do
-    median[$name]=$(printf '%s\n' ${times[$name]} | sort -g | awk '{ v[NR] = $1 }
+    read -ra samples <<<"${times[$name]}"
+    median[$name]=$(printf '%s\n' "${samples[@]}" | sort -g | awk '{ v[NR] = $1 }
         END { printf "%.3f", NR % 2 ? v[(NR + 1) / 2] : (v[NR / 2] + v[NR / 2 + 1]) / 2 }')
 done
 
