@@ -30,13 +30,14 @@ stage() {  # name, build dir, cmake arguments...
     fi
     # Under emulation a CTest entry is a whole test binary, so count the
     # GoogleTest cases that actually ran.
-    local entries cases
+    local entries cases skipped
     entries=$(grep -oE '[0-9]+ tests failed out of [0-9]+' "$log" | grep -oE '[0-9]+$' || echo 0)
     cases=$(grep -ohE '\[  PASSED  \] [0-9]+ tests?' "$dir/Testing/Temporary/LastTest.log" |
             awk '{ n += $4 } END { print n + 0 }')
     rm -f "$log"
-    summary+=("${name}: ${entries} CTest entries, ${cases} test cases passed," \
-              "$(( (SECONDS - start) / 60 )) min $(( (SECONDS - start) % 60 )) s")
+    skipped=$(grep -ohE '\[  SKIPPED \] [0-9]+ tests?' "$dir/Testing/Temporary/LastTest.log" |
+               awk '{ n += $4 } END { print n + 0 }')
+    summary+=("${name}: ${entries} CTest entries, ${cases} test cases passed, ${skipped} skipped, $(( (SECONDS - start) / 60 )) min $(( (SECONDS - start) % 60 )) s")
 }
 
 stage "native release" build/release -DCMAKE_BUILD_TYPE=Release
