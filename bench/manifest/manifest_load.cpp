@@ -67,7 +67,8 @@ int main(int argc, char** argv)
         }
         const std::chrono::duration<double, std::milli> elapsed =
             std::chrono::steady_clock::now() - start;
-        std::printf("%s %.1f ms %.1f MB %zu\n", mode.c_str(), elapsed.count(), PeakMegabytes(), count);
+        std::printf("%s %.1f ms %.1f MB %zu\n", mode.c_str(), elapsed.count(), PeakMegabytes(),
+                    count);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "manifest_load: %s\n", error.what());
         return 1;

@@ -1,7 +1,6 @@
 #include "manifest/environment.h"
 
 #include <boost/regex.hpp>
-#include <zel/exception.h>
 
 #include "config.h"
 #include "exception.h"
@@ -56,20 +55,30 @@ void Environment::SetValue(const std::string& name, const std::string& value)
     Trace(kTraceDebug, "Environment variable %1% is set to %2%", key, value);
 }
 
-std::optional<std::string> Environment::Lookup(const std::string& key) const
+bool Environment::AppendValue(const std::string& key, std::string& text) const
 {
+    // What expanding "%key%" against the process environment yields: keys
+    // hold no '%', so only a defined, non-empty variable replaces it.
     if (process_) {
-        std::string expanded;
-        const zel::Result result =
-            zel::ExpandEnvironmentStrings("%" + key + "%", expanded, *process_);
-        ZEL_CHECK(result);
-        if (result == zel::kOk) {
-            return expanded;
+        const std::optional<std::string> value = process_->Get(key);
+        if (value && !value->empty()) {
+            text += *value;
+            return true;
         }
     }
     const auto found = variables_.find(key);
-    if (found != variables_.end()) {
-        return found->second;
+    if (found == variables_.end()) {
+        return false;
+    }
+    text += found->second;
+    return true;
+}
+
+std::optional<std::string> Environment::Lookup(const std::string& key) const
+{
+    std::string value;
+    if (AppendValue(key, value)) {
+        return value;
     }
     return std::nullopt;
 }
@@ -88,24 +97,34 @@ std::string Environment::ExpandWith(const std::string& text, bool strict) const
     if (text.find('%') == std::string::npos) {
         return text;
     }
+    // Matches "%([^%]+)%" left to right, as a regular expression search would,
+    // without one per path.
     std::string result;
     result.reserve(text.size());
-    auto copied = text.begin();
-    for (boost::sregex_iterator match(text.begin(), text.end(), PlaceholderPattern()), end;
-         match != end; ++match) {
-        const boost::smatch& found = *match;
-        result.append(copied, found[0].first);
-        copied = found[0].second;
-        const std::string key = found[1].str();
-        if (std::optional<std::string> value = Lookup(key)) {
-            result += *value;
-        } else if (strict) {
-            ICT_THROW("Unknown environment variable %1%", key);
-        } else {
-            result.append(found[0].first, found[0].second);
+    std::size_t copied = 0;
+    std::size_t open = text.find('%');
+    while (open != std::string::npos) {
+        const std::size_t close = text.find('%', open + 1);
+        if (close == std::string::npos) {
+            break;
         }
+        if (close == open + 1) {
+            // "%%" names nothing; the second sign may open a placeholder.
+            open = close;
+            continue;
+        }
+        result.append(text, copied, open - copied);
+        copied = close + 1;
+        const std::string key = text.substr(open + 1, close - open - 1);
+        if (!AppendValue(key, result)) {
+            if (strict) {
+                ICT_THROW("Unknown environment variable %1%", key);
+            }
+            result.append(text, open, close - open + 1);
+        }
+        open = text.find('%', copied);
     }
-    result.append(copied, text.end());
+    result.append(text, copied, std::string::npos);
     return result;
 }
 

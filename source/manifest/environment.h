@@ -50,6 +50,8 @@ public:
 
 private:
     std::optional<std::string> Lookup(const std::string& key) const;
+    /// Appends what Lookup finds to `text`; false when it finds nothing.
+    bool AppendValue(const std::string& key, std::string& text) const;
     std::string ExpandWith(const std::string& text, bool strict) const;
 
     zel::IEnvironmentVariablesPtr process_;

@@ -29,7 +29,10 @@ std::uint32_t CheckTypes(const CheckInfoList& checks)
 template <class T, class Less, class Equal, class MergeDuplicate>
 void Collapse(std::vector<T>& items, Less less, Equal equal, MergeDuplicate merge)
 {
-    std::stable_sort(items.begin(), items.end(), less);
+    // Lists arrive sorted by path from loading, which is usually this order already.
+    if (!std::is_sorted(items.begin(), items.end(), less)) {
+        StableSortInPlace(items.begin(), items.end(), less);
+    }
     if (items.empty()) {
         return;
     }
@@ -52,16 +55,27 @@ bool SamePathAndConditions(const Entry& left, const Entry& right)
     return ComparePaths(left.path, right.path) == 0 && Conditions(left) == Conditions(right);
 }
 
-template <class Entry>
-bool PathThenConditionsLess(const Entry& left, const Entry& right)
-{
-    const int order = ComparePaths(left.path, right.path);
-    return order != 0 ? order < 0 : Conditions(left) < Conditions(right);
-}
+struct PathThenConditionsLess {
+    template <class Entry>
+    bool operator()(const Entry& left, const Entry& right) const
+    {
+        const int order = ComparePaths(left.path, right.path);
+        return order != 0 ? order < 0 : Conditions(left) < Conditions(right);
+    }
+
+    template <class Iterator>
+    std::vector<std::size_t> StableOrder(Iterator first, Iterator last) const
+    {
+        return SortPaths(first, last, [first](std::size_t left, std::size_t right) {
+                   return Conditions(first[static_cast<std::ptrdiff_t>(left)]) <
+                          Conditions(first[static_cast<std::ptrdiff_t>(right)]);
+               }).Order();
+    }
+};
 
 void CollapseFiles(FileList& files)
 {
-    Collapse(files.Items(), PathThenConditionsLess<FileInfo>, SamePathAndConditions<FileInfo>,
+    Collapse(files.Items(), PathThenConditionsLess{}, SamePathAndConditions<FileInfo>,
              [](const FileInfo& kept, const FileInfo& duplicate) {
                  if (CheckTypes(kept.checks) != CheckTypes(duplicate.checks)) {
                      ICT_THROW("Mismatch check types found for %1%", kept.path);
@@ -88,7 +102,7 @@ void MakeUniqueManifestVisitor::VisitManifest(Manifest& manifest)
         },
         [](const EnvironmentInfo& a, const EnvironmentInfo& b) { return a == b; }, NoMerge);
     CollapseFiles(manifest.files);
-    Collapse(manifest.directories, PathThenConditionsLess<DirectoryInfo>,
+    Collapse(manifest.directories, PathThenConditionsLess{},
              SamePathAndConditions<DirectoryInfo>,
              [](DirectoryInfo& kept, DirectoryInfo& duplicate) {
                  kept.files.InsertAll(std::move(duplicate.files.Items()));

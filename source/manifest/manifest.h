@@ -63,6 +63,12 @@ struct FilePathLess {
     {
         return ComparePaths(left.path, right.path) < 0;
     }
+
+    template <class Iterator>
+    std::vector<std::size_t> StableOrder(Iterator first, Iterator last) const
+    {
+        return SortPaths(first, last, [](std::size_t, std::size_t) { return false; }).Order();
+    }
 };
 using FileList = SortedList<FileInfo, FilePathLess>;
 

@@ -9,6 +9,68 @@
 
 namespace integrity_check_tool {
 
+/// The permutation that sorts [first, last) stably by `less`: position i
+/// takes the element at order[i]. A Less with a StableOrder(first, last) of
+/// its own, for keys that are cheaper to compare once extracted, supplies it.
+template <class Iterator, class Less>
+std::vector<std::size_t> StableOrder(Iterator first, Iterator last, const Less& less)
+{
+    if constexpr (requires { less.StableOrder(first, last); }) {
+        return less.StableOrder(first, last);
+    } else {
+        std::vector<std::size_t> order(static_cast<std::size_t>(last - first));
+        for (std::size_t i = 0; i < order.size(); ++i) {
+            order[i] = i;
+        }
+        const auto element = [first](std::size_t i) -> decltype(auto) {
+            return first[static_cast<std::ptrdiff_t>(i)];
+        };
+        std::stable_sort(order.begin(), order.end(),
+                         [&](std::size_t a, std::size_t b) { return less(element(a), element(b)); });
+        return order;
+    }
+}
+
+/// Rearranges the elements from `first` so that position i takes the element
+/// at order[i], moving each element at most once.
+template <class Iterator>
+void ApplyOrder(Iterator first, std::vector<std::size_t> order)
+{
+    using Value = typename std::iterator_traits<Iterator>::value_type;
+    const auto element = [first](std::size_t i) -> decltype(auto) {
+        return first[static_cast<std::ptrdiff_t>(i)];
+    };
+    // Follow each cycle of the permutation once.
+    for (std::size_t start = 0; start < order.size(); ++start) {
+        if (order[start] == start) {
+            continue;
+        }
+        Value held = std::move(element(start));
+        std::size_t at = start;
+        while (order[at] != start) {
+            const std::size_t from = order[at];
+            element(at) = std::move(element(from));
+            order[at] = at;
+            at = from;
+        }
+        element(at) = std::move(held);
+        order[at] = at;
+    }
+}
+
+/// std::stable_sort of [first, last) that moves each element at most once:
+/// the order is found apart from the elements, since manifest entries are
+/// large to move and a merge sort moves every element once per pass.
+template <class Iterator, class Less>
+void StableSortInPlace(Iterator first, Iterator last, const Less& less)
+{
+    if (last - first < 32) {
+        std::stable_sort(first, last, less);
+        return;
+    }
+    ApplyOrder(first, StableOrder(first, last, less));
+}
+
 /// Contiguous list kept ordered by `Less`, equal elements in insertion order.
 /// Elements may be edited through iterators; whoever changes an element's key
 /// calls Reorder() afterwards.
@@ -40,7 +102,10 @@ public:
             items_.insert(items_.end(), std::make_move_iterator(values.begin()),
                           std::make_move_iterator(values.end()));
         }
-        std::stable_sort(items_.begin() + middle, items_.end(), Less{});
+        // Manifests are written sorted, so the check usually spares the sort.
+        if (!std::is_sorted(items_.begin() + middle, items_.end(), Less{})) {
+            StableSortInPlace(items_.begin() + middle, items_.end(), Less{});
+        }
         std::inplace_merge(items_.begin(), items_.begin() + middle, items_.end(), Less{});
     }
 
@@ -48,7 +113,7 @@ public:
     void Reorder()
     {
         if (!std::is_sorted(items_.begin(), items_.end(), Less{})) {
-            std::stable_sort(items_.begin(), items_.end(), Less{});
+            StableSortInPlace(items_.begin(), items_.end(), Less{});
         }
     }
 

@@ -1,6 +1,7 @@
 #include "xml/document_reader.h"
 
 #include <algorithm>
+#include <array>
 #include <cctype>
 #include <memory>
 
@@ -42,10 +43,30 @@ void ForEachChild(const Element& parent, const char* name, Visit visit)
     }
 }
 
+/// The attribute's value, or null when absent; borrowed from the document,
+/// which saves a copy of every attribute a manifest has.
+const std::string* FindAttr(const Element& element, std::string_view name)
+{
+    for (const TiXmlAttribute* attribute = element.FirstAttribute(); attribute != nullptr;
+         attribute = attribute->Next()) {
+        if (attribute->NameTStr() == name) {
+            return &attribute->ValueStr();
+        }
+    }
+    return nullptr;
+}
+
+/// As File::LoadAttr, without the copy.
+std::string_view AttrView(const Element& element, std::string_view name)
+{
+    const std::string* value = FindAttr(element, name);
+    return value == nullptr ? std::string_view() : std::string_view(*value);
+}
+
 template <class T>
 void LoadEnum(const Element& element, const char* name, std::optional<T>& field)
 {
-    const std::string text = File::LoadAttr(element, name);
+    const std::string_view text = AttrView(element, name);
     if (!text.empty()) {
         field = FromName<T>(text);
     }
@@ -53,9 +74,9 @@ void LoadEnum(const Element& element, const char* name, std::optional<T>& field)
 
 void LoadNumber(const Element& element, const char* name, std::optional<std::uint32_t>& field)
 {
-    const std::string text = File::LoadAttr(element, name);
+    const std::string_view text = AttrView(element, name);
     if (!text.empty()) {
-        field = File::ReadNumber(text);
+        field = File::ReadNumber(std::string(text));
     }
 }
 
@@ -70,31 +91,101 @@ void LoadConditions(const Element& element, Applicability& entry)
     LoadNumber(element, "linuxKernelVersion", entry.linuxKernelVersion);
 }
 
+/// Base64Decode of `text`. The canonical form every writer produces (whole
+/// quads of the standard alphabet, at most two '=' at the end) is decoded
+/// here, since Boost's iterators cost as much as the rest of a file entry;
+/// anything else is left to Base64Decode.
+Blob DecodeValue(std::string_view text)
+{
+    static constexpr auto kDigits = [] {
+        std::array<std::int8_t, 256> digits{};
+        digits.fill(-1);
+        const char* alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+        for (int i = 0; i < 64; ++i) {
+            digits[static_cast<unsigned char>(alphabet[i])] = static_cast<std::int8_t>(i);
+        }
+        digits['='] = 0;
+        return digits;
+    }();
+    if (text.size() % 4 != 0) {
+        return Base64Decode(text);
+    }
+    const std::size_t padding = text.ends_with("==") ? 2 : text.ends_with('=') ? 1 : 0;
+    Blob bytes(text.size() / 4 * 3);
+    for (std::size_t in = 0, out = 0; in < text.size(); in += 4, out += 3) {
+        std::uint32_t quad = 0;
+        for (std::size_t i = 0; i < 4; ++i) {
+            const char c = text[in + i];
+            const int digit = kDigits[static_cast<unsigned char>(c)];
+            if (digit < 0 || (c == '=' && in + i < text.size() - padding)) {
+                return Base64Decode(text);
+            }
+            quad = quad << 6 | static_cast<std::uint32_t>(digit);
+        }
+        bytes[out] = static_cast<std::uint8_t>(quad >> 16);
+        bytes[out + 1] = static_cast<std::uint8_t>(quad >> 8);
+        bytes[out + 2] = static_cast<std::uint8_t>(quad);
+    }
+    bytes.resize(bytes.size() - padding);
+    return bytes;
+}
+
 CheckInfoList LoadChecks(const Element& parent)
 {
     CheckInfoList checks;
     ForEachChild(parent, "Check", [&](const Element& element) {
         auto check = std::make_shared<CheckInfo>();
-        if (element.Attribute("type") != nullptr) {
-            check->type = FromName<CheckType>(File::LoadAttr(element, "type"));
+        if (const std::string* type = FindAttr(element, "type")) {
+            check->type = FromName<CheckType>(*type);
         }
-        check->value = Base64Decode(File::LoadAttr(element, "value"));
+        check->value = DecodeValue(AttrView(element, "value"));
         checks.push_back(std::move(check));
     });
     return checks;
 }
 
-FileList LoadFiles(const Element& parent)
+/// The child elements of `parent` named `name`, in document order.
+std::vector<const Element*> Children(const Element& parent, const char* name)
 {
-    std::vector<FileInfo> files;
-    ForEachChild(parent, "File", [&](const Element& element) {
-        FileInfo& file = files.emplace_back();
-        file.path = File::LoadAttr(element, "path");
-        LoadConditions(element, file);
-        file.checks = LoadChecks(element);
-    });
+    std::vector<const Element*> children;
+    for (const Element* child = parent.FirstChildElement(name); child != nullptr;
+         child = child->NextSiblingElement(name)) {
+        children.push_back(child);
+    }
+    return children;
+}
+
+FileList LoadFiles(const std::vector<const Element*>& elements)
+{
+    // Sorted by path first, so that each entry is built in its final place;
+    // the entries are still read in document order, which decides the error
+    // reported when several are wrong.
+    PathSortKeys paths;
+    paths.Reserve(elements.size());
+    for (const Element* element : elements) {
+        paths.Add(AttrView(*element, "path"));
+    }
+    paths.Sort();
+    std::vector<std::size_t> positions(elements.size());
+    for (std::size_t position = 0; position < positions.size(); ++position) {
+        positions[paths.Index(position)] = position;
+    }
+    std::vector<FileInfo> files(elements.size());
+    for (std::size_t index = 0; index < elements.size(); ++index) {
+        const Element& element = *elements[index];
+        AtElement(element, [&] {
+            FileInfo& file = files[positions[index]];
+            LoadConditions(element, file);
+            file.checks = LoadChecks(element);
+        });
+    }
+    // Paths are stored in sorted order, so that the passes that follow
+    // (collapsing, expansion) read them from consecutive memory.
+    for (std::size_t position = 0; position < files.size(); ++position) {
+        files[position].path = paths.Path(position);
+    }
     FileList list;
-    list.InsertAll(std::move(files));
+    list.Items() = std::move(files);
     return list;
 }
 
@@ -103,24 +194,40 @@ void ReadCurrent(const Element& root, Manifest& manifest)
     manifest.productName = File::LoadAttr(root, "productName");
     manifest.productVersion = File::LoadAttr(root, "productVersion");
     manifest.generationDateTime = File::LoadAttr(root, "generationDateTime");
-    ForEachChild(root, "Environment", [&](const Element& element) {
-        EnvironmentInfo& variable = manifest.environments.emplace_back();
-        LoadConditions(element, variable);
-        variable.key = File::LoadAttr(element, "key");
-        variable.value = File::LoadAttr(element, "value");
-    });
-    manifest.files = LoadFiles(root);
+    // A large manifest's root has its files as children by the hundred
+    // thousand: one walk sorts them by kind, each kind read in turn after.
+    std::vector<const Element*> environments;
+    std::vector<const Element*> files;
+    std::vector<const Element*> groups;
     for (const Element* child = root.FirstChildElement(); child != nullptr;
          child = child->NextSiblingElement()) {
         const std::string& name = child->ValueStr();
-        if (name == "Files") {
+        if (name == "File") {
+            files.push_back(child);
+        } else if (name == "Environment") {
+            environments.push_back(child);
+        } else if (name == "Files" || name == "Registry") {
+            groups.push_back(child);
+        }
+    }
+    for (const Element* element : environments) {
+        AtElement(*element, [&] {
+            EnvironmentInfo& variable = manifest.environments.emplace_back();
+            LoadConditions(*element, variable);
+            variable.key = File::LoadAttr(*element, "key");
+            variable.value = File::LoadAttr(*element, "value");
+        });
+    }
+    manifest.files = LoadFiles(files);
+    for (const Element* child : groups) {
+        if (child->ValueStr() == "Files") {
             AtElement(*child, [&] {
                 DirectoryInfo& directory = manifest.directories.emplace_back();
                 directory.path = File::LoadAttr(*child, "path");
                 LoadConditions(*child, directory);
-                directory.files = LoadFiles(*child);
+                directory.files = LoadFiles(Children(*child, "File"));
             });
-        } else if (name == "Registry") {
+        } else {
             AtElement(*child, [&] {
                 RegistryKeyInfo& key = manifest.registries.emplace_back();
                 key.path = File::LoadAttr(*child, "path");

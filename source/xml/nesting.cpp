@@ -1,6 +1,8 @@
 #include "xml/nesting.h"
 
+#include <array>
 #include <cctype>
+#include <cstdint>
 #include <cstring>
 #include <string>
 
@@ -16,7 +18,19 @@ namespace {
 // it consumed, or null where the parser stops.
 class Scanner {
 public:
-    explicit Scanner(std::size_t limit) : limit_(limit) {}
+    explicit Scanner(std::size_t limit) : limit_(limit)
+    {
+        // <cctype> answers per call through the locale; a table read once
+        // answers the same for the whole scan.
+        for (int c = 0; c < 256; ++c) {
+            const auto byte = static_cast<unsigned char>(c);
+            classes_[byte] = static_cast<unsigned char>(
+                (std::isspace(c) != 0 || c == '\n' || c == '\r' ? kWhite : 0) |
+                (c >= 127 || std::isalpha(c) != 0 ? kAlpha : 0) |
+                (c >= 127 || std::isalnum(c) != 0 ? kAlphaNum : 0));
+            lower_[byte] = std::tolower(c);
+        }
+    }
 
     std::size_t Run(const char* p)
     {
@@ -51,22 +65,28 @@ public:
 private:
     enum class Mode { Unknown, Utf8, Legacy };
 
-    static bool IsWhite(char c)
+    enum : unsigned char { kWhite = 1, kAlpha = 2, kAlphaNum = 4 };
+
+    bool Is(char c, unsigned char kind) const
     {
-        return std::isspace(static_cast<unsigned char>(c)) != 0 || c == '\n' || c == '\r';
+        return (classes_[static_cast<unsigned char>(c)] & kind) != 0;
     }
-    static bool IsAlpha(unsigned char c) { return c >= 127 || std::isalpha(c) != 0; }
-    static bool IsAlphaNum(unsigned char c) { return c >= 127 || std::isalnum(c) != 0; }
-    static bool IsNameStart(char c) { return IsAlpha(static_cast<unsigned char>(c)) || c == '_'; }
-    static bool IsNameChar(char c)
+    bool IsWhite(char c) const { return Is(c, kWhite); }
+    bool IsNameStart(char c) const { return Is(c, kAlpha) || c == '_'; }
+    bool IsNameChar(char c) const
     {
-        return IsAlphaNum(static_cast<unsigned char>(c)) || c == '_' || c == '-' || c == '.' ||
-               c == ':';
+        return Is(c, kAlphaNum) || c == '_' || c == '-' || c == '.' || c == ':';
     }
 
+    // Called at every byte of text, so no strlen.
     static bool Starts(const char* p, const char* tag)
     {
-        return std::strncmp(p, tag, std::strlen(tag)) == 0;
+        for (; *tag != 0; ++p, ++tag) {
+            if (*p != *tag) {
+                return false;
+            }
+        }
+        return true;
     }
 
     int Lower(char c) const
@@ -75,7 +95,7 @@ private:
         if (mode_ == Mode::Utf8 && byte >= 128) {
             return byte;
         }
-        return std::tolower(byte);
+        return lower_[byte];
     }
 
     bool StartsNoCase(const char* p, const char* tag) const
@@ -195,6 +215,37 @@ private:
         return p == nullptr ? nullptr : p + std::strlen(end);
     }
 
+    // Text(p, quote, false, nullptr), eight bytes at a time while none of
+    // them needs a look: attribute values are most of a manifest. The
+    // padding after the text keeps the reads inside the buffer.
+    const char* SkipQuoted(const char* p, char quote) const
+    {
+        constexpr std::uint64_t kOnes = 0x0101010101010101u;
+        constexpr std::uint64_t kHigh = kOnes << 7;
+        const std::uint64_t stops[] = {0, kOnes * static_cast<unsigned char>(quote), kOnes * '&'};
+        while (p != nullptr) {
+            for (;;) {
+                std::uint64_t word = 0;
+                std::memcpy(&word, p, sizeof word);
+                std::uint64_t found = mode_ == Mode::Utf8 ? word & kHigh : 0;
+                for (const std::uint64_t stop : stops) {
+                    const std::uint64_t zero = word ^ stop;
+                    found |= (zero - kOnes) & ~zero & kHigh;
+                }
+                if (found != 0) {
+                    break;
+                }
+                p += sizeof word;
+            }
+            if (*p == 0 || *p == quote) {
+                return p + 1;
+            }
+            const auto byte = static_cast<unsigned char>(*p);
+            p = byte == '&' || (mode_ == Mode::Utf8 && byte >= 0xC2) ? Char(p, nullptr) : p + 1;
+        }
+        return nullptr;
+    }
+
     const char* Name(const char* p) const
     {
         if (!IsNameStart(*p)) {
@@ -221,6 +272,9 @@ private:
             return nullptr;
         }
         if (*p == '\'' || *p == '"') {
+            if (value == nullptr) {
+                return SkipQuoted(p + 1, *p);
+            }
             const char quote[2] = {*p, 0};
             return Text(p + 1, quote, false, value);
         }
@@ -344,6 +398,8 @@ private:
         return p;
     }
 
+    std::array<unsigned char, 256> classes_{};
+    std::array<int, 256> lower_{};
     std::size_t limit_;
     std::size_t deepest_ = 0;
     bool overflow_ = false;

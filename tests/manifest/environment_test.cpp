@@ -83,6 +83,10 @@ TEST_F(EnvironmentTest, ExpansionIsSinglePassAndKeepsUnknownPlaceholders)
     EXPECT_EQ(environment.Expand("%Nested%"), "%Bin%/lib");
     EXPECT_EQ(environment.Expand("%Unknown%/a"), "%Unknown%/a");
     EXPECT_EQ(environment.Expand("100% and %%"), "100% and %%");
+    // Placeholders are found left to right; "%%" opens nothing but its second sign may.
+    EXPECT_EQ(environment.Expand("%%Bin%%Bin%%"), "%/opt/x/opt/x%");
+    EXPECT_EQ(environment.Expand("a%b%Bin%"), "a%b%Bin%");
+    EXPECT_EQ(environment.Expand("%Bin%%Unknown%%Bin%"), "/opt/x%Unknown%/opt/x");
     EXPECT_EQ(MessageOf([&] { environment.GetValue("Unknown"); }),
               "Unknown environment variable Unknown");
     EXPECT_EQ(MessageOf([&] { environment.ExpandStrict("%Bin%/%Unknown%"); }),

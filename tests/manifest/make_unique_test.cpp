@@ -75,6 +75,34 @@ TEST(MakeUniqueTest, EntriesDifferingInConditionsAreKept)
     EXPECT_EQ(manifest.files[1].arch, Arch::ARM64);
 }
 
+// A list loaded in path order is left unsorted only when equal paths carry
+// their conditions out of order; a long one must still be sorted and keep
+// the first of each duplicate.
+TEST(MakeUniqueTest, LongListsInPathOrderStillSortByConditions)
+{
+    Manifest manifest;
+    std::vector<FileInfo> files;
+    for (int i = 0; i < 40; ++i) {
+        const std::string path = "/lib/f" + std::to_string(i);
+        FileInfo arm = File(path, {Check(CheckType::Exists)});
+        arm.arch = Arch::ARM64;
+        FileInfo first = File(path, {Check(CheckType::Sha256, {1})});
+        first.arch = Arch::X86_64;
+        FileInfo second = File(path, {Check(CheckType::Sha256, {2})});
+        second.arch = Arch::X86_64;
+        files.insert(files.end(), {arm, first, second});
+    }
+    manifest.files.InsertAll(std::move(files));
+    Collapse(manifest);
+    ASSERT_EQ(manifest.files.size(), 80u);
+    for (std::size_t i = 0; i < 80; i += 2) {
+        EXPECT_EQ(manifest.files[i].arch, Arch::X86_64);
+        EXPECT_EQ(manifest.files[i].checks[0]->value, Blob{1});
+        EXPECT_EQ(manifest.files[i + 1].arch, Arch::ARM64);
+        EXPECT_EQ(manifest.files[i + 1].path, manifest.files[i].path);
+    }
+}
+
 TEST(MakeUniqueTest, ChecksKeepDifferentValuesAndDropRepeats)
 {
     Manifest manifest;

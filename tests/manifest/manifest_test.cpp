@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include <gtest/gtest.h>
 
 #include "manifest/manifest.h"
@@ -27,6 +29,39 @@ TEST(ManifestTest, FilesAreOrderedByPathWithDuplicatesInInsertionOrder)
     files.Insert(File("/b", {Check(CheckType::Exists)}));
     files.Insert(File("/a-b"));
     EXPECT_EQ(Paths(files), (std::vector<std::string>{"/a/z", "/a-b", "/b:Sha256", "/b:Exists"}));
+}
+
+// Long lists are sorted through an index permutation; the result must be
+// what a plain stable sort gives, equal paths in insertion order.
+TEST(ManifestTest, LongListsSortStablyAndMergeAfterWhatIsPresent)
+{
+    std::vector<FileInfo> files;
+    std::vector<FileInfo> later;
+    for (int i = 0; i < 500; ++i) {
+        const CheckType type = i % 2 == 0 ? CheckType::Sha256 : CheckType::Exists;
+        // Some with a doubled or trailing separator, which compare element-wise.
+        const char* separator = i % 5 == 0 ? "//f" : "/f";
+        const std::string path = "/d" + std::to_string(i * 7919 % 37) + separator +
+                                 std::to_string(i % 3) + (i % 7 == 0 ? "/" : "");
+        files.push_back(File(path, {Check(type)}));
+        later.push_back(File(path, {Check(CheckType::Value)}));
+    }
+    FileList list;
+    list.InsertAll(files);
+    std::stable_sort(files.begin(), files.end(), FilePathLess{});
+    EXPECT_EQ(list.Items(), files);
+
+    list.InsertAll(later);
+    std::vector<FileInfo> all = files;
+    all.insert(all.end(), later.begin(), later.end());
+    std::stable_sort(all.begin(), all.end(), FilePathLess{});
+    EXPECT_EQ(list.Items(), all);
+
+    std::reverse(list.Items().begin(), list.Items().end());
+    std::reverse(all.begin(), all.end());
+    std::stable_sort(all.begin(), all.end(), FilePathLess{});
+    list.Reorder();
+    EXPECT_EQ(list.Items(), all);
 }
 
 TEST(ManifestTest, RegistryValuesAreOrderedByNameBytewise)

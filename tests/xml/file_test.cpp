@@ -9,6 +9,7 @@
 #include "manifest/manifest.h"
 #include "support/manifest_builder.h"
 #include "support/temp_dir.h"
+#include "utils/base64.h"
 #include "xml/file.h"
 
 namespace integrity_check_tool::xml {
@@ -95,6 +96,22 @@ TEST(XmlFileTest, NumbersTakeHexPrefixesAndIgnoreTrailingText)
     }
 }
 
+// Canonical values take a quicker decoder than the others; both must read
+// every value as Base64Decode does, padding bits and odd '=' included.
+TEST(XmlFileTest, CheckValuesDecodeAsBase64Does)
+{
+    const std::string digest = "r80dezmoIOL0Zbmhap54bk9FCYAYXcQG7IFMcqi4i/g=";
+    for (const std::string& value : {std::string(), digest, std::string("AQID"),
+                                     std::string("AQI="), std::string("AQ=="), std::string("QR=="),
+                                     std::string("A=A="), std::string("AQ"), std::string("AQIDBA"),
+                                     std::string("====")}) {
+        const Manifest manifest =
+            Load(Manifest1("<File path='/a'><Check type='Sha256' value='" + value + "'/></File>"));
+        EXPECT_EQ(manifest.files[0].checks[0]->value, Base64Decode(value)) << value;
+    }
+    EXPECT_THROW(Load(Manifest1("<File path='/a'><Check value='AQ!='/></File>")), std::exception);
+}
+
 TEST(XmlFileTest, ReadsTheLegacyDialectWithItsTranslations)
 {
     const Manifest manifest = Load(R"(<Config/>
@@ -144,6 +161,12 @@ TEST(XmlFileTest, FailuresCarryTheirMessageAndPosition)
     const Failure parse = LoadFailure("<Manifest>\n  <File path='a'>\n</Manifest>");
     EXPECT_EQ(parse.message, "Error reading end tag.");
     EXPECT_GT(parse.row, 0);
+    // Of several faulty entries the first in the document is reported, not
+    // the first in path order.
+    const Failure first = LoadFailure(
+        Manifest1("\n<File path='/z' arch='x64'/>\n<File path='/a' minVersionNt='bad'/>"));
+    EXPECT_EQ(first.message, "Invalid name: x64");
+    EXPECT_EQ(first.row, 2);
 }
 
 TEST(XmlFileTest, BooleanAttributesAcceptOnlyTrueAndFalse)
