@@ -18,12 +18,6 @@ using test::ReadFile;
 using test::TempDir;
 using test::WriteFile;
 
-TEST(UtilsTest, VersionTexts)
-{
-    EXPECT_EQ(VersionLine(), "Version 30.732.0.490-69af0b0bdf");
-    EXPECT_EQ(SchemaLine(), "Schema version: 2");
-}
-
 TEST(UtilsTest, ReadWholeFileReturnsEveryByte)
 {
     TempDir dir;
