@@ -19,3 +19,11 @@ if(ICT_SANITIZE)
     target_compile_options(ict_settings INTERFACE ${ict_sanitize_flags})
     target_link_options(ict_settings INTERFACE ${ict_sanitize_flags})
 endif()
+
+if(ICT_BUILD_FUZZ)
+    if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+        message(FATAL_ERROR "ICT_BUILD_FUZZ needs clang (CXX=clang++)")
+    endif()
+    # Coverage feedback for every own target; the fuzz programs add the driver.
+    target_compile_options(ict_settings INTERFACE -fsanitize=fuzzer-no-link)
+endif()
