@@ -35,7 +35,55 @@ bool ReadField(ByteSpan data, std::size_t& offset, ByteSpan& field)
     return true;
 }
 
+void AppendUtf16(Bytes& out, std::uint32_t unit)
+{
+    out.push_back(static_cast<std::uint8_t>(unit >> 8));
+    out.push_back(static_cast<std::uint8_t>(unit));
+}
+
 }  // namespace
+
+#define ICT_STRINGIFY2(x) #x
+#define ICT_STRINGIFY(x) ICT_STRINGIFY2(x)
+
+const char* FileNameAttributeOid()
+{
+    return "1.3.6.1.4.1." ICT_STRINGIFY(ICT_LUM_ENTERPRISE_NUMBER) ".1800.1.1.1";
+}
+
+Bytes FileNameToBmp(std::string_view name)
+{
+    Bytes out;
+    out.reserve(name.size() * 2);
+    std::size_t i = 0;
+    while (i < name.size()) {
+        const auto lead = static_cast<std::uint8_t>(name[i]);
+        const std::size_t length = lead < 0x80 ? 1 : (lead >> 5) == 0x6 ? 2 : (lead >> 4) == 0xE ? 3 : (lead >> 3) == 0x1E ? 4 : 0;
+        std::uint32_t code = length == 1 ? lead : length == 2 ? lead & 0x1Fu : length == 3 ? lead & 0x0Fu : lead & 0x07u;
+        bool valid = length != 0 && name.size() - i >= length;
+        for (std::size_t k = 1; valid && k < length; ++k) {
+            const auto next = static_cast<std::uint8_t>(name[i + k]);
+            valid = (next & 0xC0) == 0x80;
+            code = code << 6 | (next & 0x3Fu);
+        }
+        // Overlong forms, surrogates and values past U+10FFFF are not UTF-8.
+        static constexpr std::uint32_t kMinimum[] = {0, 0, 0x80, 0x800, 0x10000};
+        valid = valid && code >= kMinimum[length] && code <= 0x10FFFF && (code < 0xD800 || code > 0xDFFF);
+        if (!valid) {
+            AppendUtf16(out, 0xFFFD);
+            ++i;
+            continue;
+        }
+        if (code >= 0x10000) {
+            AppendUtf16(out, 0xD800 + ((code - 0x10000) >> 10));
+            AppendUtf16(out, 0xDC00 + ((code - 0x10000) & 0x3FF));
+        } else {
+            AppendUtf16(out, code);
+        }
+        i += length;
+    }
+    return out;
+}
 
 std::optional<SignatureLayout> LocateSignature(std::uint64_t fileSize, ByteSpan tail)
 {

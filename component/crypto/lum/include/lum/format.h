@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <string_view>
 #include <vector>
 
 namespace crypto::lum {
@@ -29,6 +30,14 @@ std::optional<SignatureLayout> LocateSignature(std::uint64_t fileSize, ByteSpan 
 
 /// The trailer for a DER of `derSize` bytes.
 std::array<std::uint8_t, kTrailerSize> MakeTrailer(std::uint32_t derSize);
+
+/// Dotted OID of the signed attribute that binds "lum-with-filename"
+/// signatures to the file's name (the enterprise number is a build setting).
+const char* FileNameAttributeOid();
+
+/// A file name (UTF-8 bytes) as the big-endian UTF-16 content of the
+/// attribute's BMPString; invalid UTF-8 bytes become U+FFFD.
+Bytes FileNameToBmp(std::string_view name);
 
 /// Revocation container "lumcrl.rdb": magic, a 4-byte big-endian count, and
 /// per database a length-prefixed hierarchy identifier (the big-endian
