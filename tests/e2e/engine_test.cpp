@@ -1,5 +1,3 @@
-#include <unistd.h>
-
 #include <boost/filesystem/operations.hpp>
 #include <gtest/gtest.h>
 
@@ -64,12 +62,11 @@ protected:
         return RunProgram(Program::CheckTool, {"-g", "-c", config.string(), "-m", manifest.string()});
     }
 
-    ProcessResult Verify(const std::vector<std::string>& extra = {},
-                         const std::vector<std::string>& launcher = {}) const
+    ProcessResult Verify(const std::vector<std::string>& extra = {}) const
     {
         std::vector<std::string> arguments{"--without-signature", ManifestPath().string()};
         arguments.insert(arguments.end(), extra.begin(), extra.end());
-        return RunProgram(Program::Tester, arguments, {}, launcher);
+        return RunProgram(Program::Tester, arguments);
     }
 
     void GenerateManifest() const
@@ -168,23 +165,22 @@ TEST_F(EngineTest, BrokenEntriesFailWithTheirOwnMessage)
 
 TEST_F(EngineTest, UnreadableFileFailsWithThePermissionError)
 {
-    WriteFile(dir_ / "secret", "x");
-    boost::filesystem::permissions(dir_ / "secret", boost::filesystem::no_perms);
-    WriteFile(ManifestPath(), "<Manifest><File path=\"" + (dir_ / "secret").string() +
-                                  "\"><Check type=\"Value\" value=\"eA==\"/></File></Manifest>");
-    // Root reads every file, so run the check as an unprivileged user.
-    std::vector<std::string> launcher;
-    if (::geteuid() == 0) {
-        launcher = {"setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"};
-        for (const Path& path : {dir_.path(), Product(), ManifestPath()}) {
-            boost::filesystem::permissions(path, boost::filesystem::add_perms | boost::filesystem::others_read |
-                                                     boost::filesystem::others_exe);
-        }
-    }
-    const std::vector<std::string> lines = FailureLines(Verify({}, launcher));
+    // Root reads every file, so the check runs as an unprivileged user, who
+    // must be able to reach the manifest wherever the tests run from.
+    const TempDir shared(TempDir::Access::Everyone);
+    const Path secret = shared / "secret";
+    WriteFile(secret, "x");
+    boost::filesystem::permissions(secret, boost::filesystem::no_perms);
+    const Path manifest = shared / "integrity_check.xml";
+    WriteFile(manifest, "<Manifest><File path=\"" + secret.string() +
+                            "\"><Check type=\"Value\" value=\"eA==\"/></File></Manifest>");
+    boost::filesystem::permissions(manifest, boost::filesystem::add_perms | boost::filesystem::others_read);
+    const std::vector<std::string> lines =
+        FailureLines(RunProgramUnprivileged(Program::Tester, {"--without-signature", manifest.string()},
+                                            shared.path()));
     ASSERT_FALSE(lines.empty());
-    EXPECT_EQ(lines[0], "file " + (dir_ / "secret").string() + " failed. Reason: Can't read or access file " +
-                            (dir_ / "secret").string() + ". Reason: Permission denied");
+    EXPECT_EQ(lines[0], "file " + secret.string() + " failed. Reason: Can't read or access file " +
+                            secret.string() + ". Reason: Permission denied");
 }
 
 TEST_F(EngineTest, UnknownCheckTypeStopsBeforeAnythingIsChecked)

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "support/process.h"
+#include "types.h"
 
 namespace integrity_check_tool::test {
 
@@ -14,6 +15,14 @@ enum class Program { Checker, CheckTool, Tester };
 ProcessResult RunProgram(Program program, const std::vector<std::string>& arguments,
                          const std::string& workingDirectory = {},
                          const std::vector<std::string>& launcher = {});
+
+/// Runs one of the built programs as an unprivileged user when the tests
+/// run as root, so that file permissions apply; otherwise like RunProgram.
+/// The user may not be able to enter the checkout (a private home
+/// directory, say), so it runs a copy of the program placed in `shared`, a
+/// directory every user can enter.
+ProcessResult RunProgramUnprivileged(Program program, const std::vector<std::string>& arguments,
+                                     const Path& shared);
 
 /// Splits output into lines (without line ends).
 std::vector<std::string> Lines(const std::string& text);

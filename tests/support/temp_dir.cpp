@@ -9,14 +9,19 @@
 
 namespace integrity_check_tool::test {
 
-TempDir::TempDir()
+TempDir::TempDir(Access access)
 {
-    const char* base = std::getenv("TMPDIR");
+    const char* base = access == Access::Owner ? std::getenv("TMPDIR") : nullptr;
     std::string pattern = std::string(base != nullptr && *base != '\0' ? base : "/tmp") + "/ict-test-XXXXXX";
     if (::mkdtemp(pattern.data()) == nullptr) {
         throw std::runtime_error("mkdtemp failed");
     }
     path_ = pattern;
+    if (access == Access::Everyone) {
+        boost::filesystem::permissions(path_, boost::filesystem::owner_all | boost::filesystem::group_read |
+                                                  boost::filesystem::group_exe | boost::filesystem::others_read |
+                                                  boost::filesystem::others_exe);
+    }
 }
 
 TempDir::~TempDir()

@@ -10,7 +10,11 @@ namespace integrity_check_tool::test {
 /// A fresh directory that is removed with everything in it.
 class TempDir {
 public:
-    TempDir();
+    enum class Access { Owner, Everyone };
+    /// Made under $TMPDIR (or /tmp) for the owner alone; with
+    /// Access::Everyone it is made under /tmp and every user may enter and
+    /// read it, wherever $TMPDIR points.
+    explicit TempDir(Access access = Access::Owner);
     ~TempDir();
     TempDir(const TempDir&) = delete;
     TempDir& operator=(const TempDir&) = delete;
