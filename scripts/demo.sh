@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Installs the dependencies, builds the programs and runs the demo: a sample
-# installation gets its manifest generated and verified, then one file is
-# changed and the verification reports it.
+# installation gets its manifest generated and signed with the demo
+# hierarchy (pki/demo: demo material only), the checker verifies it, then a
+# tampered manifest and a changed file are both refused.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -47,16 +48,32 @@ step "integrity_check_tool --generate"
 head -n 20 "$product/integrity_check.xml"
 echo "..."
 
-step "integrity_tester --without-signature (untouched installation)"
-"$bin/integrity_tester" --without-signature "$product/integrity_check.xml"
+pki=$(pwd)/pki/demo/regular
+step "integrity_sign: sign the manifest with the demo code-signing certificate"
+"$bin/integrity_sign" --type lum --key "$pki/leaf.key" --cert "$pki/leaf.pem" --chain "$pki/inter.pem" \
+    "$product/integrity_check.xml"
+tail -c 12 "$product/integrity_check.xml" | od -An -tx1
+
+step "integrity_checker (signed manifest, untouched installation)"
+"$bin/integrity_checker" "$product/integrity_check.xml"
+
+expect_failure() {  # runs the command, which must exit with 1
+    local status=0
+    "$@" || status=$?
+    echo "exit status: $status (a failed verification exits with 1)"
+    [ "$status" -eq 1 ]
+}
+
+step "A tampered copy of the signed manifest (its product version edited)"
+LC_ALL=C sed 's/productVersion="1.0.0.1"/productVersion="9.0.0.1"/' "$product/integrity_check.xml" \
+    > "$product/tampered.xml"
+expect_failure "$bin/integrity_checker" "$product/tampered.xml"
+rm "$product/tampered.xml"
 
 step "Changing one file and dropping in a forbidden one"
 echo "patched" >> "$product/lib/plugins/plugin7.so"
 touch "$product/bin/debug-shell"
-status=0
-"$bin/integrity_tester" --without-signature "$product/integrity_check.xml" || status=$?
-echo "exit status: $status (a failed verification exits with 1)"
-[ "$status" -eq 1 ]
+expect_failure "$bin/integrity_checker" "$product/integrity_check.xml"
 
 step "integrity_checker --version"
 "$bin/integrity_checker" --version

@@ -2,7 +2,9 @@
 # Installs the dependencies, then builds and tests the project three times:
 #   1. release build, warnings as errors;
 #   2. debug build under AddressSanitizer and UndefinedBehaviorSanitizer;
-#   3. AArch64 cross build, tests run under qemu user emulation.
+#   3. AArch64 cross build, tests run under qemu user emulation;
+# then builds the libFuzzer targets with clang and runs each briefly on its
+# seed corpus (FUZZ_SECONDS each, default 30).
 # Fails when any build, test or sanitizer report fails.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -89,6 +91,29 @@ if [ "$native" != "$emulated" ]; then
     exit 1
 fi
 printf '%s\n' "$emulated"
+
+echo "=== fuzz: build (clang, ASan+UBSan)"
+fuzz_start=$SECONDS
+CC=clang CXX=clang++ cmake -S "$root" -B build/fuzz -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+    -DICT_BUILD_FUZZ=ON -DICT_SANITIZE=ON -DICT_BUILD_TESTS=OFF >/dev/null
+cmake --build build/fuzz -j "$jobs"
+corpus=$(mktemp -d)
+bash fuzz/make_corpus.sh "$corpus" >/dev/null
+fuzz_runs=0
+for fuzzer in build/fuzz/fuzz/*_fuzzer; do
+    name=$(basename "$fuzzer")
+    mkdir -p "$corpus/$name"
+    echo "=== fuzz: $name"
+    if ! "$fuzzer" -max_total_time="${FUZZ_SECONDS:-30}" -print_final_stats=1 "$corpus/$name" 2>"$corpus/$name.log"; then
+        tail -n 60 "$corpus/$name.log" >&2
+        echo "=== fuzz: $name FAILED" >&2
+        exit 1
+    fi
+    grep -E 'stat::number_of_executed_units' "$corpus/$name.log" || true
+    fuzz_runs=$((fuzz_runs + 1))
+done
+rm -rf "$corpus"
+summary+=("fuzz: ${fuzz_runs} targets run, no findings, $(( (SECONDS - fuzz_start) / 60 )) min $(( (SECONDS - fuzz_start) % 60 )) s")
 
 echo
 echo "=== Summary"

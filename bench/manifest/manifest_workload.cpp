@@ -8,10 +8,12 @@
 
 #include <tinyxml.h>
 #include <zel/environment.h>
+#include <zel/memory_io.h>
 #include <zel/system_information.h>
 #include <zel/tracer.h>
 
 #include "config.h"
+#include "lum/verifier.h"
 #include "manifest/environment.h"
 #include "manifest/expand_visitor.h"
 #include "manifest/filter.h"
@@ -157,12 +159,21 @@ std::unique_ptr<TiXmlDocument> ParseWithTinyXml(const std::string& path)
     return document;
 }
 
-Manifest LoadManifest(const std::string& path)
+Manifest LoadManifest(const std::string& path, bool signedManifest)
 {
     const zel::ITracerPtr tracer = zel::MakeIntrusive<QuietTracer>();
     Manifest manifest;
     Storage storage(std::make_shared<xml::File>(), tracer);
-    storage.LoadFromFile(path, manifest);
+    if (signedManifest) {
+        // As verification does it: the signature check hands on the content.
+        const LumSignatureVerifier verifier(tracer, true, std::nullopt, false);
+        Blob content;
+        verifier.Verify(path, content);
+        zel::MemoryIO stream(std::move(content));
+        storage.LoadFromStream(stream, manifest);
+    } else {
+        storage.LoadFromFile(path, manifest);
+    }
 
     Environment environment(path, zel::CreateProcessEnvironment(), tracer);
     const SystemInfo system(*zel::CreateSystemInformationService());

@@ -29,8 +29,9 @@ GeneratedManifest GenerateManifest(const std::string& path, std::size_t entries 
 std::unique_ptr<TiXmlDocument> ParseWithTinyXml(const std::string& path);
 
 /// Our load as verification does it: the storage reads, parses, builds the
-/// model and collapses duplicates, then placeholders are expanded.
-Manifest LoadManifest(const std::string& path);
+/// model and collapses duplicates, then placeholders are expanded. A signed
+/// manifest has its signature checked against the regular roots first.
+Manifest LoadManifest(const std::string& path, bool signedManifest = false);
 
 /// File entries of the manifest, top level and in directories.
 std::size_t CountFiles(const Manifest& manifest);

@@ -1,14 +1,20 @@
 #pragma once
 
+#include <zel/tracer.h>
+
 #include "action/action.h"
 #include "console.h"
 
 namespace integrity_check_tool::action {
 
-/// Prints the version line on standard output.
-class DisplayVersion final : public IAction {
+/// Prints the version line on standard output and traces the version of
+/// the GOST provider behind signature verification.
+class DisplayVersion final : public IAction, private zel::TracerProvider {
 public:
-    explicit DisplayVersion(IConsolePtr console) : console_(std::move(console)) {}
+    DisplayVersion(zel::ITracerPtr tracer, IConsolePtr console)
+        : zel::TracerProvider(std::move(tracer)), console_(std::move(console))
+    {
+    }
     bool Run() override;
 
 private:

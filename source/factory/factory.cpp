@@ -19,6 +19,7 @@
 #include "data_object/messages.h"
 #include "data_object/value_provider.h"
 #include "exception.h"
+#include "lum/verifier.h"
 #include "factory/composite.h"
 #include "manifest/manifest.h"
 #include "openssl/sha256.h"
@@ -179,15 +180,24 @@ IEnvironmentPtr Factory::CreateEnvironment(const Path& manifestPath)
 
 ISignatureVerifierPtr Factory::CreateSignatureVerifier()
 {
-    if (config_->verify && config_->verify->signatureCheckMode == 2) {
+    const Config::Verify& verify = *config_->verify;
+    if (verify.signatureCheckMode == 2) {
         return std::make_shared<WithoutSignatureVerifier>();
     }
-    NotImplemented("Signature verification");
+    const bool regularRoots = verify.signatureCheckMode == 0;
+    switch (verify.signatureType) {
+    case SignatureType::Lum:
+    case SignatureType::LumWithFilename:
+        return std::make_shared<LumSignatureVerifier>(GetTracer(), regularRoots, verify.crlStoragePath,
+                                                      verify.signatureType == SignatureType::LumWithFilename);
+    case SignatureType::Vorn2: NotImplemented("Signature type vorn2");
+    }
+    ICT_THROW("Unknown signature type %1%", static_cast<std::uint32_t>(verify.signatureType));
 }
 
 IActionPtr Factory::CreateDisplayVersionAction()
 {
-    return std::make_shared<action::DisplayVersion>(CreateConsole(false));
+    return std::make_shared<action::DisplayVersion>(GetTracer(), CreateConsole(false));
 }
 
 IActionPtr Factory::CreateGenerateAction()
