@@ -1,10 +1,10 @@
 #include "sign/arguments.h"
 
-#include <algorithm>
-#include <sstream>
-
 #include "exception.h"
 #include "sign/messages.h"
+
+#include <algorithm>
+#include <sstream>
 
 namespace integrity_check_tool::sign {
 
@@ -23,14 +23,17 @@ std::vector<Path> ToPaths(const std::vector<std::string>& texts)
     return {texts.begin(), texts.end()};
 }
 
-}  // namespace
+} // namespace
 
 SignArguments::SignArguments() : visible_("Options")
 {
+    // clang-format off
     po::options_description signing("Signing a file (in place unless --output is given)");
     signing.add_options()
-        ("type", po::value<std::string>()->value_name("TYPE"), "signature type: lum, lum-with-filename or vorn2")
-        ("key", po::value<std::string>()->value_name("KEY"), "the signer's private key (PEM or DER)")
+        ("type", po::value<std::string>()->value_name("TYPE"),
+         "signature type: lum, lum-with-filename or vorn2")
+        ("key", po::value<std::string>()->value_name("KEY"),
+         "the signer's private key (PEM or DER)")
         ("cert", po::value<std::string>()->value_name("LEAF"),
          "the signer's certificate, with the codeSigning extended key usage (lum types)")
         ("chain", po::value<std::string>()->value_name("CHAIN"),
@@ -42,12 +45,15 @@ SignArguments::SignArguments() : visible_("Options")
     po::options_description revocation("Revocation");
     revocation.add_options()
         ("make-crl", po::bool_switch(), "make a CRL signed by a root certificate")
-        ("ca-cert", po::value<std::string>()->value_name("ROOT"), "the root certificate that issues the CRL")
+        ("ca-cert", po::value<std::string>()->value_name("ROOT"),
+         "the root certificate that issues the CRL")
         ("ca-key", po::value<std::string>()->value_name("KEY"), "the root's private key")
         ("revoke", po::value<std::vector<std::string>>()->value_name("SERIAL")->composing(),
          "serial number to revoke, hexadecimal as 'openssl x509 -serial' prints it (repeatable)")
-        ("days", po::value<int>()->value_name("N")->default_value(30), "days until the CRL's next update")
-        ("make-container", po::bool_switch(), "pack CRLs into the revocation container (lumcrl.rdb)")
+        ("days", po::value<int>()->value_name("N")->default_value(30),
+         "days until the CRL's next update")
+        ("make-container", po::bool_switch(),
+         "pack CRLs into the revocation container (lumcrl.rdb)")
         ("root", po::value<std::vector<std::string>>()->value_name("ROOT")->composing(),
          "a root certificate whose CRL may go into the container (repeatable)");
 
@@ -55,6 +61,7 @@ SignArguments::SignArguments() : visible_("Options")
     general.add_options()
         ("output", po::value<std::string>()->value_name("PATH"), "the file to write")
         ("help,h", "print this help");
+    // clang-format on
 
     visible_.add(signing).add(revocation).add(general);
     po::options_description hidden;
@@ -67,8 +74,10 @@ void SignArguments::Parse(const std::vector<std::string>& arguments)
     try {
         po::positional_options_description positional;
         positional.add("input", -1);
-        const std::vector<std::string> options(arguments.begin() + (arguments.empty() ? 0 : 1), arguments.end());
-        po::store(po::command_line_parser(options).options(all_).positional(positional).run(), variables_);
+        const std::vector<std::string> options(arguments.begin() + (arguments.empty() ? 0 : 1),
+                                               arguments.end());
+        po::store(po::command_line_parser(options).options(all_).positional(positional).run(),
+                  variables_);
         po::notify(variables_);
     } catch (const po::error& error) {
         UsageError(error.what());
@@ -86,12 +95,13 @@ bool SignArguments::IsHelpRequested() const
 void SignArguments::PrintHelp(std::ostream& out) const
 {
     out << "Usage:\n"
-           "  integrity_sign --type lum|lum-with-filename|vorn2 --key KEY [--cert LEAF] [--chain CHAIN]\n"
-           "                 [--digest sha256|sha384|sha512] [--output OUT] [--replace] FILE\n"
-           "  integrity_sign --make-crl --ca-cert ROOT.pem --ca-key ROOT.key [--revoke SERIAL]... [--days N]\n"
-           "                 --output CRL.pem\n"
-           "  integrity_sign --make-container --root ROOT.pem [--root ROOT2.pem]... --output lumcrl.rdb\n"
-           "                 CRL [CRL]...\n";
+           "  integrity_sign --type lum|lum-with-filename|vorn2 --key KEY [--cert LEAF]\n"
+           "                 [--chain CHAIN] [--digest sha256|sha384|sha512] [--output OUT]\n"
+           "                 [--replace] FILE\n"
+           "  integrity_sign --make-crl --ca-cert ROOT.pem --ca-key ROOT.key [--revoke SERIAL]...\n"
+           "                 [--days N] --output CRL.pem\n"
+           "  integrity_sign --make-container --root ROOT.pem [--root ROOT2.pem]...\n"
+           "                 --output lumcrl.rdb CRL [CRL]...\n";
     out << visible_;
 }
 
@@ -135,7 +145,8 @@ void SignArguments::ValidateSign()
     if (std::find(std::begin(kDigests), std::end(kDigests), sign_.digest) == std::end(kDigests)) {
         UsageError(Format(messages::kUnknownDigest, sign_.digest));
     }
-    if (variables_.count("input") == 0 || variables_["input"].as<std::vector<std::string>>().size() != 1) {
+    if (variables_.count("input") == 0 ||
+        variables_["input"].as<std::vector<std::string>>().size() != 1) {
         UsageError(messages::kOneFile);
     }
     sign_.key = variables_["key"].as<std::string>();
@@ -191,7 +202,8 @@ void SignArguments::ValidateContainer()
 void SignArguments::AllowOnly(const std::vector<std::string>& allowed, const char* form) const
 {
     for (const auto& [name, value] : variables_) {
-        if (!value.defaulted() && std::find(allowed.begin(), allowed.end(), name) == allowed.end()) {
+        if (!value.defaulted() &&
+            std::find(allowed.begin(), allowed.end(), name) == allowed.end()) {
             UsageError(Format(messages::kOptionNotForMode, name, form));
         }
     }
@@ -212,4 +224,4 @@ void SignArguments::UsageError(const std::string& message) const
     BOOST_THROW_EXCEPTION(Exception(text.str()));
 }
 
-}  // namespace integrity_check_tool::sign
+} // namespace integrity_check_tool::sign

@@ -1,12 +1,11 @@
 #pragma once
 
+#include "sign/options.h"
+
+#include <boost/program_options.hpp>
 #include <ostream>
 #include <string>
 #include <vector>
-
-#include <boost/program_options.hpp>
-
-#include "sign/options.h"
 
 namespace integrity_check_tool::sign {
 
@@ -52,4 +51,4 @@ private:
     ContainerOptions container_;
 };
 
-}  // namespace integrity_check_tool::sign
+} // namespace integrity_check_tool::sign

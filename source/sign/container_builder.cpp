@@ -1,13 +1,12 @@
 #include "sign/container_builder.h"
 
-#include <openssl/err.h>
-
-#include <lum/format.h>
-
 #include "exception.h"
 #include "sign/credentials.h"
 #include "sign/messages.h"
 #include "sign/openssl_error.h"
+
+#include <lum/format.h>
+#include <openssl/err.h>
 
 namespace integrity_check_tool::sign {
 
@@ -46,13 +45,14 @@ Blob ToDer(X509_CRL& crl)
 
 bool IssuedBy(X509_CRL& crl, X509& root)
 {
-    const bool issued = X509_NAME_cmp(X509_CRL_get_issuer(&crl), X509_get_subject_name(&root)) == 0 &&
-                        X509_CRL_verify(&crl, X509_get0_pubkey(&root)) == 1;
+    const bool issued =
+        X509_NAME_cmp(X509_CRL_get_issuer(&crl), X509_get_subject_name(&root)) == 0 &&
+        X509_CRL_verify(&crl, X509_get0_pubkey(&root)) == 1;
     ERR_clear_error();
     return issued;
 }
 
-}  // namespace
+} // namespace
 
 ContainerBuilder::ContainerBuilder(const std::vector<Path>& roots) : rootPaths_(roots)
 {
@@ -74,7 +74,8 @@ void ContainerBuilder::Add(const Path& path)
     // The checker refuses a second database for one hierarchy.
     for (const Entry& entry : entries_) {
         if (entry.root == root) {
-            ICT_THROW(messages::kTwoCrlsForRoot, entry.crlPath.string(), path.string(), rootPaths_[root].string());
+            ICT_THROW(messages::kTwoCrlsForRoot, entry.crlPath.string(), path.string(),
+                      rootPaths_[root].string());
         }
     }
     entries_.push_back({path, root, HierarchyId(*roots_[root]), ToDer(*crl)});
@@ -89,4 +90,4 @@ Blob ContainerBuilder::Build() const
     return crypto::lum::BuildContainer(databases);
 }
 
-}  // namespace integrity_check_tool::sign
+} // namespace integrity_check_tool::sign

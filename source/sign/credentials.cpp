@@ -1,17 +1,16 @@
 #include "sign/credentials.h"
 
-#include <openssl/err.h>
-#include <openssl/pem.h>
-
-#include <algorithm>
-#include <limits>
-#include <string_view>
-#include <utility>
-
 #include "exception.h"
 #include "sign/input_file.h"
 #include "sign/messages.h"
 #include "sign/openssl_error.h"
+
+#include <algorithm>
+#include <limits>
+#include <openssl/err.h>
+#include <openssl/pem.h>
+#include <string_view>
+#include <utility>
 
 namespace integrity_check_tool::sign {
 
@@ -53,17 +52,19 @@ void Push(STACK_OF(X509) * certificates, X509Ptr certificate)
 bool LooksLikePem(const Blob& content)
 {
     static constexpr std::string_view kBegin = "-----BEGIN ";
-    return std::search(content.begin(), content.end(), kBegin.begin(), kBegin.end()) != content.end();
+    return std::search(content.begin(), content.end(), kBegin.begin(), kBegin.end()) !=
+           content.end();
 }
 
-}  // namespace
+} // namespace
 
 EvpPkeyPtr LoadPrivateKey(const Path& path)
 {
     const Blob content = ReadCredential(path, kCredentialLimit);
     BioPtr bio = MemoryBio(content);
-    EvpPkeyPtr key(LooksLikePem(content) ? PEM_read_bio_PrivateKey(bio.get(), nullptr, NoPassword, nullptr)
-                                         : d2i_PrivateKey_bio(bio.get(), nullptr));
+    EvpPkeyPtr key(LooksLikePem(content)
+                       ? PEM_read_bio_PrivateKey(bio.get(), nullptr, NoPassword, nullptr)
+                       : d2i_PrivateKey_bio(bio.get(), nullptr));
     if (!key) {
         ICT_THROW(messages::kCantReadKey, path.string(), TakeOpenSslError());
     }
@@ -104,8 +105,9 @@ X509CrlPtr LoadCrl(const Path& path)
 {
     const Blob content = ReadCredential(path, kCrlLimit);
     BioPtr bio = MemoryBio(content);
-    X509CrlPtr crl(LooksLikePem(content) ? PEM_read_bio_X509_CRL(bio.get(), nullptr, NoPassword, nullptr)
-                                         : d2i_X509_CRL_bio(bio.get(), nullptr));
+    X509CrlPtr crl(LooksLikePem(content)
+                       ? PEM_read_bio_X509_CRL(bio.get(), nullptr, NoPassword, nullptr)
+                       : d2i_X509_CRL_bio(bio.get(), nullptr));
     if (!crl) {
         ICT_THROW(messages::kCantReadCrl, path.string(), TakeOpenSslError());
     }
@@ -113,4 +115,4 @@ X509CrlPtr LoadCrl(const Path& path)
     return crl;
 }
 
-}  // namespace integrity_check_tool::sign
+} // namespace integrity_check_tool::sign

@@ -1,18 +1,17 @@
 #include "sign/crl_maker.h"
 
-#include <openssl/err.h>
-#include <openssl/pem.h>
-#include <openssl/x509v3.h>
-
-#include <algorithm>
-#include <cctype>
-#include <ctime>
-#include <set>
-
 #include "exception.h"
 #include "sign/credentials.h"
 #include "sign/messages.h"
 #include "sign/openssl_error.h"
+
+#include <algorithm>
+#include <cctype>
+#include <ctime>
+#include <openssl/err.h>
+#include <openssl/pem.h>
+#include <openssl/x509v3.h>
+#include <set>
 
 namespace integrity_check_tool::sign {
 
@@ -37,14 +36,16 @@ std::string NormaliseSerial(const std::string& text)
             break;
         }
     }
-    const bool hex = std::all_of(digits.begin(), digits.end(),
-                                 [](char c) { return std::isxdigit(static_cast<unsigned char>(c)) != 0; });
+    const bool hex = std::all_of(digits.begin(), digits.end(), [](char c) {
+        return std::isxdigit(static_cast<unsigned char>(c)) != 0;
+    });
     if (digits.empty() || !hex || digits.size() > kMaxSerialDigits) {
         ICT_THROW(messages::kBadSerial, text);
     }
     digits.erase(0, std::min(digits.find_first_not_of('0'), digits.size() - 1));
-    std::transform(digits.begin(), digits.end(), digits.begin(),
-                   [](char c) { return static_cast<char>(std::toupper(static_cast<unsigned char>(c))); });
+    std::transform(digits.begin(), digits.end(), digits.begin(), [](char c) {
+        return static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+    });
     return digits;
 }
 
@@ -86,7 +87,8 @@ void AddExtensions(X509_CRL& crl, X509& issuer)
 {
     // The CRL number only has to grow from one CRL to the next.
     const Asn1IntegerPtr number(ASN1_INTEGER_new());
-    if (!number || ASN1_INTEGER_set_int64(number.get(), static_cast<std::int64_t>(std::time(nullptr))) != 1 ||
+    if (!number ||
+        ASN1_INTEGER_set_int64(number.get(), static_cast<std::int64_t>(std::time(nullptr))) != 1 ||
         X509_CRL_add1_ext_i2d(&crl, NID_crl_number, number.get(), 0, 0) != 1) {
         Fail();
     }
@@ -94,14 +96,15 @@ void AddExtensions(X509_CRL& crl, X509& issuer)
     X509V3_CTX context;
     X509V3_set_ctx(&context, &issuer, nullptr, nullptr, &crl, 0);
     char keyId[] = "keyid";
-    const X509ExtensionPtr authority(X509V3_EXT_conf_nid(nullptr, &context, NID_authority_key_identifier, keyId));
+    const X509ExtensionPtr authority(
+        X509V3_EXT_conf_nid(nullptr, &context, NID_authority_key_identifier, keyId));
     if (authority && X509_CRL_add_ext(&crl, authority.get(), -1) != 1) {
         Fail();
     }
     ERR_clear_error();
 }
 
-}  // namespace
+} // namespace
 
 CrlMaker::CrlMaker(const Path& caCertificate, const Path& caKey)
     : certificate_(LoadCertificate(caCertificate)), key_(LoadPrivateKey(caKey))
@@ -124,7 +127,8 @@ X509CrlPtr CrlMaker::Make(const std::vector<std::string>& serials, int days) con
     const Asn1TimePtr next = TimeFromNow(days);
     if (!crl || X509_CRL_set_version(crl.get(), X509_CRL_VERSION_2) != 1 ||
         X509_CRL_set_issuer_name(crl.get(), X509_get_subject_name(certificate_.get())) != 1 ||
-        X509_CRL_set1_lastUpdate(crl.get(), now.get()) != 1 || X509_CRL_set1_nextUpdate(crl.get(), next.get()) != 1) {
+        X509_CRL_set1_lastUpdate(crl.get(), now.get()) != 1 ||
+        X509_CRL_set1_nextUpdate(crl.get(), next.get()) != 1) {
         Fail();
     }
     for (const std::string& digits : unique) {
@@ -138,7 +142,8 @@ X509CrlPtr CrlMaker::Make(const std::vector<std::string>& serials, int days) con
         revoked.release();
     }
     AddExtensions(*crl, *certificate_);
-    if (X509_CRL_sort(crl.get()) != 1 || X509_CRL_sign(crl.get(), key_.get(), DigestFor(key_.get())) <= 0) {
+    if (X509_CRL_sort(crl.get()) != 1 ||
+        X509_CRL_sign(crl.get(), key_.get(), DigestFor(key_.get())) <= 0) {
         Fail();
     }
     return crl;
@@ -155,4 +160,4 @@ std::string CrlMaker::ToPem(X509_CRL& crl)
     return {data, static_cast<std::size_t>(size)};
 }
 
-}  // namespace integrity_check_tool::sign
+} // namespace integrity_check_tool::sign

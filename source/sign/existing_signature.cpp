@@ -1,16 +1,14 @@
 #include "sign/existing_signature.h"
 
-#include <openssl/cms.h>
-#include <openssl/err.h>
-
-#include <algorithm>
-#include <array>
-
-#include <lum/format.h>
-
 #include "exception.h"
 #include "sign/messages.h"
 #include "sign/openssl_handles.h"
+
+#include <algorithm>
+#include <array>
+#include <lum/format.h>
+#include <openssl/cms.h>
+#include <openssl/err.h>
 
 namespace integrity_check_tool::sign {
 
@@ -21,8 +19,7 @@ using Bytes = std::span<const std::uint8_t>;
 // The last eight bytes of a file with a GOST R 34.10-2012 signature record.
 constexpr std::array<std::uint8_t, 8> kVorn2Magic{0x00, 0x56, 0x4F, 0x52, 0x4E, 0x32, 0x53, 0x47};
 
-template <std::size_t N>
-bool EndsWith(Bytes file, const std::array<std::uint8_t, N>& magic)
+template <std::size_t N> bool EndsWith(Bytes file, const std::array<std::uint8_t, N>& magic)
 {
     return file.size() >= N && std::equal(magic.begin(), magic.end(), file.end() - N);
 }
@@ -52,7 +49,7 @@ std::optional<Bytes> StripVorn2Signature(Bytes /*file*/, const Path& path)
     ICT_THROW(messages::kVorn2StripNotSupported, path.string());
 }
 
-}  // namespace
+} // namespace
 
 ExistingSignature::ExistingSignature(std::span<const std::uint8_t> file) : file_(file)
 {
@@ -87,4 +84,4 @@ std::span<const std::uint8_t> ExistingSignature::Strip(const Path& path) const
     return *content;
 }
 
-}  // namespace integrity_check_tool::sign
+} // namespace integrity_check_tool::sign

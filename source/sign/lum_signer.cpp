@@ -1,19 +1,17 @@
 #include "sign/lum_signer.h"
 
-#include <openssl/err.h>
-#include <openssl/objects.h>
-#include <openssl/x509v3.h>
-
-#include <algorithm>
-#include <limits>
-#include <vector>
-
-#include <lum/format.h>
-
 #include "exception.h"
 #include "sign/credentials.h"
 #include "sign/messages.h"
 #include "sign/openssl_error.h"
+
+#include <algorithm>
+#include <limits>
+#include <lum/format.h>
+#include <openssl/err.h>
+#include <openssl/objects.h>
+#include <openssl/x509v3.h>
+#include <vector>
 
 namespace integrity_check_tool::sign {
 
@@ -31,12 +29,13 @@ bool IsCodeSigning(X509* certificate)
            (X509_get_extended_key_usage(certificate) & XKU_CODE_SIGN) != 0;
 }
 
-}  // namespace
+} // namespace
 
 LumSigner::LumSigner(const SignOptions& options)
     : key_(LoadPrivateKey(options.key)),
       certificate_(LoadCertificate(options.certificate.value_or(Path()))),
-      chain_(options.chain ? LoadCertificates(*options.chain) : CertificateStackPtr(sk_X509_new_null())),
+      chain_(options.chain ? LoadCertificates(*options.chain)
+                           : CertificateStackPtr(sk_X509_new_null())),
       digest_(EVP_get_digestbyname(options.digest.c_str())),
       withFileName_(options.type == SignatureType::LumWithFilename)
 {
@@ -55,7 +54,9 @@ LumSigner::LumSigner(const SignOptions& options)
 
 Blob LumSigner::Sign(std::span<const std::uint8_t> content, const std::string& fileName) const
 {
-    const auto fail = [&fileName] { ICT_THROW(messages::kSigningFailed, fileName, TakeOpenSslError()); };
+    const auto fail = [&fileName] {
+        ICT_THROW(messages::kSigningFailed, fileName, TakeOpenSslError());
+    };
     if (content.size() > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
         ICT_THROW(messages::kSigningFailed, fileName, "content larger than 2 GiB");
     }
@@ -64,7 +65,8 @@ Blob LumSigner::Sign(std::span<const std::uint8_t> content, const std::string& f
     if (!cms) {
         fail();
     }
-    CMS_SignerInfo* signer = CMS_add1_signer(cms.get(), certificate_.get(), key_.get(), digest_, kFlags);
+    CMS_SignerInfo* signer =
+        CMS_add1_signer(cms.get(), certificate_.get(), key_.get(), digest_, kFlags);
     if (signer == nullptr) {
         fail();
     }
@@ -81,8 +83,10 @@ Blob LumSigner::Sign(std::span<const std::uint8_t> content, const std::string& f
     std::vector<const X509*> carried{certificate_.get()};
     for (int i = 0; i < sk_X509_num(chain_.get()); ++i) {
         X509* certificate = sk_X509_value(chain_.get(), i);
-        const bool known = std::any_of(carried.begin(), carried.end(),
-                                       [certificate](const X509* other) { return X509_cmp(other, certificate) == 0; });
+        const bool known =
+            std::any_of(carried.begin(), carried.end(), [certificate](const X509* other) {
+                return X509_cmp(other, certificate) == 0;
+            });
         if (!known) {
             if (CMS_add1_cert(cms.get(), certificate) != 1) {
                 fail();
@@ -109,4 +113,4 @@ Blob LumSigner::Sign(std::span<const std::uint8_t> content, const std::string& f
     return signature;
 }
 
-}  // namespace integrity_check_tool::sign
+} // namespace integrity_check_tool::sign

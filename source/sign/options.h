@@ -1,11 +1,11 @@
 #pragma once
 
+#include "manifest/enums.h"
+#include "types.h"
+
 #include <optional>
 #include <string>
 #include <vector>
-
-#include "manifest/enums.h"
-#include "types.h"
 
 namespace integrity_check_tool::sign {
 
@@ -28,7 +28,7 @@ struct SignOptions {
 struct CrlOptions {
     Path caCertificate;
     Path caKey;
-    std::vector<std::string> serials;  ///< hexadecimal, as given
+    std::vector<std::string> serials; ///< hexadecimal, as given
     int days = 30;
     Path output;
 };
@@ -40,4 +40,4 @@ struct ContainerOptions {
     Path output;
 };
 
-}  // namespace integrity_check_tool::sign
+} // namespace integrity_check_tool::sign

@@ -1,12 +1,5 @@
 #include "sign/tool.h"
 
-#include <iostream>
-#include <locale>
-#include <stdexcept>
-#include <string_view>
-
-#include <boost/filesystem/path.hpp>
-
 #include "exception.h"
 #include "sign/arguments.h"
 #include "sign/container_builder.h"
@@ -14,6 +7,12 @@
 #include "sign/file_signer.h"
 #include "sign/signer_factory.h"
 #include "utils/atomic_file.h"
+
+#include <boost/filesystem/path.hpp>
+#include <iostream>
+#include <locale>
+#include <stdexcept>
+#include <string_view>
 
 namespace integrity_check_tool::sign {
 
@@ -44,7 +43,8 @@ void SignFile(const SignOptions& options)
 
 void MakeCrl(const CrlOptions& options)
 {
-    const X509CrlPtr crl = CrlMaker(options.caCertificate, options.caKey).Make(options.serials, options.days);
+    const X509CrlPtr crl =
+        CrlMaker(options.caCertificate, options.caKey).Make(options.serials, options.days);
     WriteAtomically(options.output, CrlMaker::ToPem(*crl));
 }
 
@@ -55,10 +55,11 @@ void MakeContainer(const ContainerOptions& options)
         builder.Add(crl);
     }
     const Blob container = builder.Build();
-    WriteAtomically(options.output, {reinterpret_cast<const char*>(container.data()), container.size()});
+    WriteAtomically(options.output,
+                    {reinterpret_cast<const char*>(container.data()), container.size()});
 }
 
-}  // namespace
+} // namespace
 
 int RunSignTool(int argc, char** argv)
 {
@@ -91,4 +92,4 @@ int RunSignTool(int argc, char** argv)
     }
 }
 
-}  // namespace integrity_check_tool::sign
+} // namespace integrity_check_tool::sign

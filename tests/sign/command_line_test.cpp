@@ -1,7 +1,7 @@
-#include <gtest/gtest.h>
-
 #include "sign_tool.h"
 #include "support/temp_dir.h"
+
+#include <gtest/gtest.h>
 
 namespace integrity_check_tool::test {
 namespace {
@@ -15,8 +15,9 @@ TEST(SignCommandLineTest, HelpListsEveryForm)
 {
     const ProcessResult result = RunSign({"--help"});
     EXPECT_EQ(result.exitStatus, 0);
-    for (const char* form : {"integrity_sign --type lum|lum-with-filename|vorn2 --key KEY",
-                             "integrity_sign --make-crl --ca-cert", "integrity_sign --make-container --root"}) {
+    for (const char* form :
+         {"integrity_sign --type lum|lum-with-filename|vorn2 --key KEY",
+          "integrity_sign --make-crl --ca-cert", "integrity_sign --make-container --root"}) {
         EXPECT_TRUE(Contains(result.out, form)) << form;
     }
     EXPECT_FALSE(Contains(result.out, "SUCCEEDED"));
@@ -39,7 +40,8 @@ TEST(SignCommandLineTest, UsageErrorsNameTheProblem)
         {{"--type", "lum", "--key", key, "--cert", cert}, "Give exactly one FILE"},
         {{"--type", "lum", "--key", key, file}, "Option --cert is required with --type"},
         {{"--type", "rsa", "--key", key, file}, "Unknown signature type: rsa"},
-        {{"--type", "lum", "--key", key, "--cert", cert, "--digest", "md5", file}, "Unknown digest: md5"},
+        {{"--type", "lum", "--key", key, "--cert", cert, "--digest", "md5", file},
+         "Unknown digest: md5"},
         {{"--type", "lum", "--make-crl"}, "Give only one of"},
         {{"--type", "lum", "--key", key, "--cert", cert, "--revoke", "01", file},
          "Option --revoke can't be used with --type"},
@@ -58,5 +60,5 @@ TEST(SignCommandLineTest, UsageErrorsNameTheProblem)
     EXPECT_EQ(ReadFile(file), "<manifest/>");
 }
 
-}  // namespace
-}  // namespace integrity_check_tool::test
+} // namespace
+} // namespace integrity_check_tool::test

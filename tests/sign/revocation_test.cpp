@@ -1,13 +1,11 @@
-#include <gtest/gtest.h>
-
-#include <openssl/pem.h>
-#include <openssl/x509.h>
-
-#include <boost/filesystem/operations.hpp>
-#include <lum/format.h>
-
 #include "sign_tool.h"
 #include "support/temp_dir.h"
+
+#include <boost/filesystem/operations.hpp>
+#include <gtest/gtest.h>
+#include <lum/format.h>
+#include <openssl/pem.h>
+#include <openssl/x509.h>
 
 namespace integrity_check_tool::test {
 namespace {
@@ -38,10 +36,12 @@ std::vector<std::uint8_t> FromHex(const std::string& hex)
 class RevocationTest : public ::testing::Test {
 protected:
     /// Makes a CRL of the root `root` (demo path without extension) into `name`.
-    ProcessResult MakeCrl(const std::string& root, const std::string& name, std::vector<std::string> extra = {}) const
+    ProcessResult MakeCrl(const std::string& root, const std::string& name,
+                          std::vector<std::string> extra = {}) const
     {
-        std::vector<std::string> arguments{"--make-crl", "--ca-cert", Demo(root + ".pem"), "--ca-key",
-                                           Demo(root + ".key"), "--output", (dir_ / name).string()};
+        std::vector<std::string> arguments{
+            "--make-crl",        "--ca-cert", Demo(root + ".pem"),   "--ca-key",
+            Demo(root + ".key"), "--output",  (dir_ / name).string()};
         arguments.insert(arguments.end(), extra.begin(), extra.end());
         return RunSign(arguments);
     }
@@ -53,12 +53,14 @@ TEST_F(RevocationTest, CrlIsSignedByTheRootAndListsTheSerials)
 {
     const std::string leafSerial = SerialOf(Demo("regular/leaf.pem"));
     const ProcessResult made =
-        MakeCrl("regular/root", "crl.pem", {"--revoke", "serial=" + leafSerial, "--revoke", "0x0a", "--days", "7"});
+        MakeCrl("regular/root", "crl.pem",
+                {"--revoke", "serial=" + leafSerial, "--revoke", "0x0a", "--days", "7"});
     ASSERT_EQ(made.exitStatus, 0) << made.err;
     EXPECT_EQ(made.out, "SUCCEEDED\n");
 
     const std::string crl = (dir_ / "crl.pem").string();
-    const ProcessResult verified = RunOpenSsl({"crl", "-in", crl, "-CAfile", Demo("regular/root.pem"), "-noout"});
+    const ProcessResult verified =
+        RunOpenSsl({"crl", "-in", crl, "-CAfile", Demo("regular/root.pem"), "-noout"});
     EXPECT_EQ(verified.exitStatus, 0);
     EXPECT_TRUE(Contains(verified.err + verified.out, "verify OK")) << verified.err;
     const std::string text = RunOpenSsl({"crl", "-in", crl, "-noout", "-text"}).out;
@@ -86,8 +88,9 @@ TEST_F(RevocationTest, BadCrlRequestsWriteNothing)
     EXPECT_EQ(badSerial.exitStatus, 1);
     EXPECT_TRUE(Contains(badSerial.err, "Invalid serial number: 12xy")) << badSerial.err;
 
-    const ProcessResult wrongKey = RunSign({"--make-crl", "--ca-cert", Demo("regular/root.pem"), "--ca-key",
-                                            Demo("alternative/root.key"), "--output", (dir_ / "crl.pem").string()});
+    const ProcessResult wrongKey =
+        RunSign({"--make-crl", "--ca-cert", Demo("regular/root.pem"), "--ca-key",
+                 Demo("alternative/root.key"), "--output", (dir_ / "crl.pem").string()});
     EXPECT_EQ(wrongKey.exitStatus, 1);
     EXPECT_TRUE(Contains(wrongKey.err, "does not match certificate")) << wrongKey.err;
     EXPECT_TRUE(ListDirectory(dir_.path()).empty());
@@ -99,15 +102,17 @@ TEST_F(RevocationTest, ContainerFilesEachCrlUnderItsRootsSerial)
     ASSERT_EQ(MakeCrl("alternative/root2", "second.pem", {"--revoke", "01"}).exitStatus, 0);
     // DER input is accepted as well as PEM.
     const std::string secondDer = (dir_ / "second.der").string();
-    ASSERT_EQ(RunOpenSsl({"crl", "-in", (dir_ / "second.pem").string(), "-outform", "DER", "-out", secondDer})
+    ASSERT_EQ(RunOpenSsl({"crl", "-in", (dir_ / "second.pem").string(), "-outform", "DER", "-out",
+                          secondDer})
                   .exitStatus,
               0);
 
     const Path container = dir_ / "crl" / "lumcrl.rdb";
     WriteFile(dir_ / "crl" / "placeholder", "");
     const ProcessResult made =
-        RunSign({"--make-container", "--root", Demo("alternative/root.pem"), "--root", Demo("alternative/root2.der"),
-                 "--output", container.string(), secondDer, (dir_ / "first.pem").string()});
+        RunSign({"--make-container", "--root", Demo("alternative/root.pem"), "--root",
+                 Demo("alternative/root2.der"), "--output", container.string(), secondDer,
+                 (dir_ / "first.pem").string()});
     ASSERT_EQ(made.exitStatus, 0) << made.err;
 
     const std::string bytes = ReadFile(container);
@@ -131,29 +136,31 @@ TEST_F(RevocationTest, CrlOfAnotherIssuerIsRefused)
     ASSERT_EQ(MakeCrl("alternative/root", "alternative.pem").exitStatus, 0);
     // Same subject as the regular root, different key.
     const ProcessResult impostor = RunOpenSsl(
-        {"req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256", "-nodes", "-keyout",
-         (dir_ / "impostor.key").string(), "-out", (dir_ / "impostor.pem").string(), "-days", "1", "-subj",
-         "/O=Integrity Demo/CN=Integrity Demo Regular Root"});
+        {"req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256", "-nodes",
+         "-keyout", (dir_ / "impostor.key").string(), "-out", (dir_ / "impostor.pem").string(),
+         "-days", "1", "-subj", "/O=Integrity Demo/CN=Integrity Demo Regular Root"});
     ASSERT_EQ(impostor.exitStatus, 0) << impostor.err;
-    ASSERT_EQ(RunSign({"--make-crl", "--ca-cert", (dir_ / "impostor.pem").string(), "--ca-key",
-                       (dir_ / "impostor.key").string(), "--output", (dir_ / "forged.pem").string()})
-                  .exitStatus,
-              0);
+    ASSERT_EQ(
+        RunSign({"--make-crl", "--ca-cert", (dir_ / "impostor.pem").string(), "--ca-key",
+                 (dir_ / "impostor.key").string(), "--output", (dir_ / "forged.pem").string()})
+            .exitStatus,
+        0);
 
     const auto crl = [this](const char* name) { return (dir_ / name).string(); };
     const struct {
         std::vector<std::string> crls;
         std::string message;
     } cases[] = {
-        {{crl("regular.pem"), crl("alternative.pem")}, "CRL " + crl("alternative.pem") + " is not issued and signed"},
+        {{crl("regular.pem"), crl("alternative.pem")},
+         "CRL " + crl("alternative.pem") + " is not issued and signed"},
         {{crl("forged.pem")}, "CRL " + crl("forged.pem") + " is not issued and signed"},
         {{crl("regular.pem"), crl("again.pem")}, "are both for root"},
     };
     const Path container = dir_ / "lumcrl.rdb";
     for (const auto& refused : cases) {
         SCOPED_TRACE(refused.message);
-        std::vector<std::string> arguments{"--make-container", "--root", Demo("regular/root.pem"), "--output",
-                                           container.string()};
+        std::vector<std::string> arguments{"--make-container", "--root", Demo("regular/root.pem"),
+                                           "--output", container.string()};
         arguments.insert(arguments.end(), refused.crls.begin(), refused.crls.end());
         const ProcessResult result = RunSign(arguments);
         EXPECT_EQ(result.exitStatus, 1);
@@ -162,5 +169,5 @@ TEST_F(RevocationTest, CrlOfAnotherIssuerIsRefused)
     }
 }
 
-}  // namespace
-}  // namespace integrity_check_tool::test
+} // namespace
+} // namespace integrity_check_tool::test

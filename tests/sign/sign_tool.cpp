@@ -1,8 +1,7 @@
 #include "sign_tool.h"
 
-#include <boost/filesystem/operations.hpp>
-
 #include <algorithm>
+#include <boost/filesystem/operations.hpp>
 
 namespace integrity_check_tool::test {
 
@@ -50,4 +49,4 @@ std::vector<std::string> ListDirectory(const Path& directory)
     return names;
 }
 
-}  // namespace integrity_check_tool::test
+} // namespace integrity_check_tool::test

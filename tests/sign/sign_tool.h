@@ -1,11 +1,11 @@
 #pragma once
 
+#include "support/process.h"
+#include "types.h"
+
 #include <optional>
 #include <string>
 #include <vector>
-
-#include "support/process.h"
-#include "types.h"
 
 namespace integrity_check_tool::test {
 
@@ -30,4 +30,4 @@ std::optional<SignedParts> SplitSignedFile(const std::string& file);
 /// The names of the entries in `directory`.
 std::vector<std::string> ListDirectory(const Path& directory);
 
-}  // namespace integrity_check_tool::test
+} // namespace integrity_check_tool::test
