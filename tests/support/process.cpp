@@ -38,6 +38,11 @@ ProcessResult RunProcess(const std::string& program, const std::vector<std::stri
     command.insert(command.end(), emulator.begin(), emulator.end());
     command.push_back(program);
     command.insert(command.end(), arguments.begin(), arguments.end());
+    return RunHostProcess(command, workingDirectory);
+}
+
+ProcessResult RunHostProcess(std::vector<std::string> command, const std::string& workingDirectory)
+{
     std::vector<char*> argv;
     for (std::string& part : command) {
         argv.push_back(part.data());

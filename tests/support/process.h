@@ -20,6 +20,10 @@ ProcessResult RunProcess(const std::string& program, const std::vector<std::stri
                          const std::string& workingDirectory = {},
                          const std::vector<std::string>& launcher = {});
 
+/// Runs `command` (program first) natively, never under the emulator: for
+/// host tools such as openssl.
+ProcessResult RunHostProcess(std::vector<std::string> command, const std::string& workingDirectory = {});
+
 /// The emulator command of a cross build, empty natively.
 std::vector<std::string> EmulatorCommand();
 

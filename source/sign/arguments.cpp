@@ -1,0 +1,227 @@
+#include "sign/arguments.h"
+
+#include "exception.h"
+#include "sign/messages.h"
+
+#include <algorithm>
+#include <sstream>
+
+namespace integrity_check_tool::sign {
+
+namespace po = boost::program_options;
+
+namespace {
+
+constexpr const char* kSignForm = "--type";
+constexpr const char* kCrlForm = "--make-crl";
+constexpr const char* kContainerForm = "--make-container";
+
+constexpr int kMaxDays = 36500;
+
+std::vector<Path> ToPaths(const std::vector<std::string>& texts)
+{
+    return {texts.begin(), texts.end()};
+}
+
+} // namespace
+
+SignArguments::SignArguments() : visible_("Options")
+{
+    // clang-format off
+    po::options_description signing("Signing a file (in place unless --output is given)");
+    signing.add_options()
+        ("type", po::value<std::string>()->value_name("TYPE"),
+         "signature type: lum, lum-with-filename or vorn2")
+        ("key", po::value<std::string>()->value_name("KEY"),
+         "the signer's private key (PEM or DER)")
+        ("cert", po::value<std::string>()->value_name("LEAF"),
+         "the signer's certificate, with the codeSigning extended key usage (lum types)")
+        ("chain", po::value<std::string>()->value_name("CHAIN"),
+         "PEM file of intermediate certificates to carry in the signature")
+        ("digest", po::value<std::string>()->value_name("NAME")->default_value("sha256"),
+         "message digest: sha256, sha384 or sha512")
+        ("replace", po::bool_switch(), "replace an existing signature instead of refusing");
+
+    po::options_description revocation("Revocation");
+    revocation.add_options()
+        ("make-crl", po::bool_switch(), "make a CRL signed by a root certificate")
+        ("ca-cert", po::value<std::string>()->value_name("ROOT"),
+         "the root certificate that issues the CRL")
+        ("ca-key", po::value<std::string>()->value_name("KEY"), "the root's private key")
+        ("revoke", po::value<std::vector<std::string>>()->value_name("SERIAL")->composing(),
+         "serial number to revoke, hexadecimal as 'openssl x509 -serial' prints it (repeatable)")
+        ("days", po::value<int>()->value_name("N")->default_value(30),
+         "days until the CRL's next update")
+        ("make-container", po::bool_switch(),
+         "pack CRLs into the revocation container (lumcrl.rdb)")
+        ("root", po::value<std::vector<std::string>>()->value_name("ROOT")->composing(),
+         "a root certificate whose CRL may go into the container (repeatable)");
+
+    po::options_description general("General");
+    general.add_options()
+        ("output", po::value<std::string>()->value_name("PATH"), "the file to write")
+        ("help,h", "print this help");
+    // clang-format on
+
+    visible_.add(signing).add(revocation).add(general);
+    po::options_description hidden;
+    hidden.add_options()("input", po::value<std::vector<std::string>>());
+    all_.add(visible_).add(hidden);
+}
+
+void SignArguments::Parse(const std::vector<std::string>& arguments)
+{
+    try {
+        po::positional_options_description positional;
+        positional.add("input", -1);
+        const std::vector<std::string> options(arguments.begin() + (arguments.empty() ? 0 : 1),
+                                               arguments.end());
+        po::store(po::command_line_parser(options).options(all_).positional(positional).run(),
+                  variables_);
+        po::notify(variables_);
+    } catch (const po::error& error) {
+        UsageError(error.what());
+    }
+    if (!IsHelpRequested()) {
+        Validate();
+    }
+}
+
+bool SignArguments::IsHelpRequested() const
+{
+    return variables_.count("help") != 0;
+}
+
+void SignArguments::PrintHelp(std::ostream& out) const
+{
+    out << "Usage:\n"
+           "  integrity_sign --type lum|lum-with-filename|vorn2 --key KEY [--cert LEAF]\n"
+           "                 [--chain CHAIN] [--digest sha256|sha384|sha512] [--output OUT]\n"
+           "                 [--replace] FILE\n"
+           "  integrity_sign --make-crl --ca-cert ROOT.pem --ca-key ROOT.key [--revoke SERIAL]...\n"
+           "                 [--days N] --output CRL.pem\n"
+           "  integrity_sign --make-container --root ROOT.pem [--root ROOT2.pem]...\n"
+           "                 --output lumcrl.rdb CRL [CRL]...\n";
+    out << visible_;
+}
+
+void SignArguments::Validate()
+{
+    const auto given = [this](const char* name) {
+        return variables_.count(name) != 0 && !variables_[name].defaulted();
+    };
+    const int forms = int{given("type")} + int{given("make-crl")} + int{given("make-container")};
+    if (forms == 0) {
+        UsageError(messages::kNoMode);
+    }
+    if (forms > 1) {
+        UsageError(messages::kTwoModes);
+    }
+    if (given("type")) {
+        ValidateSign();
+    } else if (given("make-crl")) {
+        ValidateCrl();
+    } else {
+        ValidateContainer();
+    }
+}
+
+void SignArguments::ValidateSign()
+{
+    mode_ = Mode::Sign;
+    AllowOnly({"type", "key", "cert", "chain", "digest", "replace", "output", "input"}, kSignForm);
+    const std::string type = variables_["type"].as<std::string>();
+    try {
+        sign_.type = FromName<SignatureType>(type);
+    } catch (const Exception&) {
+        UsageError(Format(messages::kUnknownType, type));
+    }
+    Require("key", kSignForm);
+    if (sign_.type != SignatureType::Vorn2) {
+        Require("cert", kSignForm);
+    }
+    sign_.digest = variables_["digest"].as<std::string>();
+    static constexpr const char* kDigests[] = {"sha256", "sha384", "sha512"};
+    if (std::find(std::begin(kDigests), std::end(kDigests), sign_.digest) == std::end(kDigests)) {
+        UsageError(Format(messages::kUnknownDigest, sign_.digest));
+    }
+    if (variables_.count("input") == 0 ||
+        variables_["input"].as<std::vector<std::string>>().size() != 1) {
+        UsageError(messages::kOneFile);
+    }
+    sign_.key = variables_["key"].as<std::string>();
+    if (variables_.count("cert") != 0) {
+        sign_.certificate = Path(variables_["cert"].as<std::string>());
+    }
+    if (variables_.count("chain") != 0) {
+        sign_.chain = Path(variables_["chain"].as<std::string>());
+    }
+    if (variables_.count("output") != 0) {
+        sign_.output = Path(variables_["output"].as<std::string>());
+    }
+    sign_.file = variables_["input"].as<std::vector<std::string>>().front();
+    sign_.replace = variables_["replace"].as<bool>();
+}
+
+void SignArguments::ValidateCrl()
+{
+    mode_ = Mode::MakeCrl;
+    if (variables_.count("input") != 0) {
+        UsageError(messages::kNoPositional);
+    }
+    AllowOnly({"make-crl", "ca-cert", "ca-key", "revoke", "days", "output"}, kCrlForm);
+    Require("ca-cert", kCrlForm);
+    Require("ca-key", kCrlForm);
+    Require("output", kCrlForm);
+    crl_.days = variables_["days"].as<int>();
+    if (crl_.days < 1 || crl_.days > kMaxDays) {
+        UsageError(Format(messages::kBadDays, crl_.days));
+    }
+    crl_.caCertificate = variables_["ca-cert"].as<std::string>();
+    crl_.caKey = variables_["ca-key"].as<std::string>();
+    if (variables_.count("revoke") != 0) {
+        crl_.serials = variables_["revoke"].as<std::vector<std::string>>();
+    }
+    crl_.output = variables_["output"].as<std::string>();
+}
+
+void SignArguments::ValidateContainer()
+{
+    mode_ = Mode::MakeContainer;
+    AllowOnly({"make-container", "root", "output", "input"}, kContainerForm);
+    Require("root", kContainerForm);
+    Require("output", kContainerForm);
+    if (variables_.count("input") == 0) {
+        UsageError(messages::kNoCrls);
+    }
+    container_.roots = ToPaths(variables_["root"].as<std::vector<std::string>>());
+    container_.crls = ToPaths(variables_["input"].as<std::vector<std::string>>());
+    container_.output = variables_["output"].as<std::string>();
+}
+
+void SignArguments::AllowOnly(const std::vector<std::string>& allowed, const char* form) const
+{
+    for (const auto& [name, value] : variables_) {
+        if (!value.defaulted() &&
+            std::find(allowed.begin(), allowed.end(), name) == allowed.end()) {
+            UsageError(Format(messages::kOptionNotForMode, name, form));
+        }
+    }
+}
+
+void SignArguments::Require(const char* option, const char* form) const
+{
+    if (variables_.count(option) == 0) {
+        UsageError(Format(messages::kOptionRequired, option, form));
+    }
+}
+
+void SignArguments::UsageError(const std::string& message) const
+{
+    std::ostringstream text;
+    text << message << "\n\n";
+    PrintHelp(text);
+    BOOST_THROW_EXCEPTION(Exception(text.str()));
+}
+
+} // namespace integrity_check_tool::sign

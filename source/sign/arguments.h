@@ -1,0 +1,54 @@
+#pragma once
+
+#include "sign/options.h"
+
+#include <boost/program_options.hpp>
+#include <ostream>
+#include <string>
+#include <vector>
+
+namespace integrity_check_tool::sign {
+
+/// The signing tool's command line: three forms, chosen by --type,
+/// --make-crl or --make-container.
+class SignArguments final {
+public:
+    SignArguments();
+
+    /// Parses the whole argument list (program name first); usage errors
+    /// throw Exception with the message, a blank line and the help text.
+    void Parse(const std::vector<std::string>& arguments);
+
+    /// True when --help was given (nothing else is then validated).
+    bool IsHelpRequested() const;
+    /// The usage lines and the options.
+    void PrintHelp(std::ostream& out) const;
+
+    Mode GetMode() const noexcept { return mode_; }
+    /// Valid after Parse in Mode::Sign.
+    const SignOptions& GetSignOptions() const noexcept { return sign_; }
+    /// Valid after Parse in Mode::MakeCrl.
+    const CrlOptions& GetCrlOptions() const noexcept { return crl_; }
+    /// Valid after Parse in Mode::MakeContainer.
+    const ContainerOptions& GetContainerOptions() const noexcept { return container_; }
+
+private:
+    void Validate();
+    void ValidateSign();
+    void ValidateCrl();
+    void ValidateContainer();
+    /// Throws when an option outside `allowed` was given for `form`.
+    void AllowOnly(const std::vector<std::string>& allowed, const char* form) const;
+    void Require(const char* option, const char* form) const;
+    [[noreturn]] void UsageError(const std::string& message) const;
+
+    boost::program_options::options_description visible_;
+    boost::program_options::options_description all_;
+    boost::program_options::variables_map variables_;
+    Mode mode_ = Mode::Sign;
+    SignOptions sign_;
+    CrlOptions crl_;
+    ContainerOptions container_;
+};
+
+} // namespace integrity_check_tool::sign

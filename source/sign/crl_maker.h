@@ -1,0 +1,31 @@
+#pragma once
+
+#include "sign/openssl_handles.h"
+#include "sign/options.h"
+
+#include <string>
+#include <vector>
+
+namespace integrity_check_tool::sign {
+
+/// Issues v2 CRLs in the name of one root, as `openssl ca -gencrl` does.
+class CrlMaker final {
+public:
+    /// Loads the root certificate and its key; throws Exception when one
+    /// can't be read or they don't match.
+    CrlMaker(const Path& caCertificate, const Path& caKey);
+
+    /// A CRL listing `serials` (hexadecimal, optionally "0x" or "serial="
+    /// first), valid from now for `days` days, signed with the root's key;
+    /// throws Exception for a malformed serial or a signing failure.
+    X509CrlPtr Make(const std::vector<std::string>& serials, int days) const;
+
+    /// `crl` in PEM form.
+    static std::string ToPem(X509_CRL& crl);
+
+private:
+    X509Ptr certificate_;
+    EvpPkeyPtr key_;
+};
+
+} // namespace integrity_check_tool::sign

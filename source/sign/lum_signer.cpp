@@ -1,0 +1,116 @@
+#include "sign/lum_signer.h"
+
+#include "exception.h"
+#include "sign/credentials.h"
+#include "sign/messages.h"
+#include "sign/openssl_error.h"
+
+#include <algorithm>
+#include <limits>
+#include <lum/format.h>
+#include <openssl/err.h>
+#include <openssl/objects.h>
+#include <openssl/x509v3.h>
+#include <vector>
+
+namespace integrity_check_tool::sign {
+
+namespace {
+
+using Asn1ObjectPtr = std::unique_ptr<ASN1_OBJECT, OpenSslDeleter<ASN1_OBJECT, ASN1_OBJECT_free>>;
+
+// Signed attributes are content type, message digest and signing time only.
+constexpr unsigned kFlags = CMS_BINARY | CMS_DETACHED | CMS_PARTIAL | CMS_NOSMIMECAP;
+
+bool IsCodeSigning(X509* certificate)
+{
+    // Without the extension OpenSSL reports every usage: require it present.
+    return (X509_get_extension_flags(certificate) & EXFLAG_XKUSAGE) != 0 &&
+           (X509_get_extended_key_usage(certificate) & XKU_CODE_SIGN) != 0;
+}
+
+} // namespace
+
+LumSigner::LumSigner(const SignOptions& options)
+    : key_(LoadPrivateKey(options.key)),
+      certificate_(LoadCertificate(options.certificate.value_or(Path()))),
+      chain_(options.chain ? LoadCertificates(*options.chain)
+                           : CertificateStackPtr(sk_X509_new_null())),
+      digest_(EVP_get_digestbyname(options.digest.c_str())),
+      withFileName_(options.type == SignatureType::LumWithFilename)
+{
+    const std::string certificatePath = options.certificate.value_or(Path()).string();
+    if (X509_check_private_key(certificate_.get(), key_.get()) != 1) {
+        ERR_clear_error();
+        ICT_THROW(messages::kKeyDoesNotMatch, options.key.string(), certificatePath);
+    }
+    if (!IsCodeSigning(certificate_.get())) {
+        ICT_THROW(messages::kNotCodeSigning, certificatePath);
+    }
+    if (!chain_ || digest_ == nullptr) {
+        ICT_THROW(messages::kOpenSslFailed, TakeOpenSslError());
+    }
+}
+
+Blob LumSigner::Sign(std::span<const std::uint8_t> content, const std::string& fileName) const
+{
+    const auto fail = [&fileName] {
+        ICT_THROW(messages::kSigningFailed, fileName, TakeOpenSslError());
+    };
+    if (content.size() > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
+        ICT_THROW(messages::kSigningFailed, fileName, "content larger than 2 GiB");
+    }
+
+    CmsPtr cms(CMS_sign(nullptr, nullptr, nullptr, nullptr, kFlags));
+    if (!cms) {
+        fail();
+    }
+    CMS_SignerInfo* signer =
+        CMS_add1_signer(cms.get(), certificate_.get(), key_.get(), digest_, kFlags);
+    if (signer == nullptr) {
+        fail();
+    }
+    if (withFileName_) {
+        const Blob name = crypto::lum::FileNameToBmp(fileName);
+        const Asn1ObjectPtr oid(OBJ_txt2obj(crypto::lum::FileNameAttributeOid(), 1));
+        if (!oid || name.size() > static_cast<std::size_t>(std::numeric_limits<int>::max()) ||
+            CMS_signed_add1_attr_by_OBJ(signer, oid.get(), V_ASN1_BMPSTRING, name.data(),
+                                        static_cast<int>(name.size())) != 1) {
+            fail();
+        }
+    }
+    // CMS refuses a certificate twice; a chain file may repeat the leaf.
+    std::vector<const X509*> carried{certificate_.get()};
+    for (int i = 0; i < sk_X509_num(chain_.get()); ++i) {
+        X509* certificate = sk_X509_value(chain_.get(), i);
+        const bool known =
+            std::any_of(carried.begin(), carried.end(), [certificate](const X509* other) {
+                return X509_cmp(other, certificate) == 0;
+            });
+        if (!known) {
+            if (CMS_add1_cert(cms.get(), certificate) != 1) {
+                fail();
+            }
+            carried.push_back(certificate);
+        }
+    }
+
+    const BioPtr data(BIO_new_mem_buf(content.data(), static_cast<int>(content.size())));
+    if (!data || CMS_final(cms.get(), data.get(), nullptr, kFlags & ~CMS_PARTIAL) != 1) {
+        fail();
+    }
+    const int derSize = i2d_CMS_ContentInfo(cms.get(), nullptr);
+    if (derSize <= 0) {
+        fail();
+    }
+    Blob signature(static_cast<std::size_t>(derSize) + crypto::lum::kTrailerSize);
+    unsigned char* cursor = signature.data();
+    if (i2d_CMS_ContentInfo(cms.get(), &cursor) != derSize) {
+        fail();
+    }
+    const auto trailer = crypto::lum::MakeTrailer(static_cast<std::uint32_t>(derSize));
+    std::copy(trailer.begin(), trailer.end(), signature.begin() + derSize);
+    return signature;
+}
+
+} // namespace integrity_check_tool::sign

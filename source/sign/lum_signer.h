@@ -1,0 +1,30 @@
+#pragma once
+
+#include "sign/openssl_handles.h"
+#include "sign/options.h"
+#include "sign/signer.h"
+
+#include <openssl/evp.h>
+
+namespace integrity_check_tool::sign {
+
+/// "lum" and "lum-with-filename": a detached DER CMS SignedData with one
+/// signer, carrying the signer certificate and the chain, then the trailer.
+class LumSigner final : public ISigner {
+public:
+    /// Loads the key, the certificate and the chain; throws Exception when
+    /// one can't be read, the key does not match the certificate or the
+    /// certificate is not for code signing.
+    explicit LumSigner(const SignOptions& options);
+
+    Blob Sign(std::span<const std::uint8_t> content, const std::string& fileName) const override;
+
+private:
+    EvpPkeyPtr key_;
+    X509Ptr certificate_;
+    CertificateStackPtr chain_;
+    const EVP_MD* digest_ = nullptr;
+    bool withFileName_ = false;
+};
+
+} // namespace integrity_check_tool::sign

@@ -1,0 +1,23 @@
+#pragma once
+
+#include "types.h"
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+
+namespace integrity_check_tool::sign {
+
+/// Makes the signature that follows a file's content in one signed-file format.
+class ISigner {
+public:
+    virtual ~ISigner() = default;
+
+    /// The bytes to append to `content` (signature and trailer) for a file
+    /// that will be named `fileName`; throws Exception.
+    virtual Blob Sign(std::span<const std::uint8_t> content, const std::string& fileName) const = 0;
+};
+using ISignerPtr = std::unique_ptr<ISigner>;
+
+} // namespace integrity_check_tool::sign

@@ -1,0 +1,12 @@
+#pragma once
+
+#include "sign/options.h"
+#include "sign/signer.h"
+
+namespace integrity_check_tool::sign {
+
+/// The signer for `options.type`, with its key material loaded; throws
+/// Exception for a type this tool can't sign yet or unusable material.
+ISignerPtr CreateSigner(const SignOptions& options);
+
+} // namespace integrity_check_tool::sign
