@@ -3,6 +3,7 @@
 
 #include <zel/exception.h>
 
+#include "lum/revocation.h"
 #include "lum/service.h"
 #include "signature_verifier.h"
 #include "x509_util.h"
@@ -44,9 +45,9 @@ zel::Result CreateVerifier(const CreationTracer& tracer, const zel::ITracerPtr& 
         tracer.Trace(kTraceDebug, "CRL is not provided.");
     }
     const std::vector<ByteSpan> rootSpans(roots.begin(), roots.end());
-    RevocationCheckerPtr checker;
-    const std::int32_t created = CreateRevocationChecker(
-        rootSpans, {}, crlContainer,
+    ILumRevocationCheckerPtr checker;
+    const std::int32_t created = LumCreateRevocationChecker(
+        rootSpans, {}, 0, crlContainer,
         [&tracer](const char* message, const std::uint8_t* data, std::size_t size, std::uint32_t index,
                   std::int32_t result) { tracer.Report(message, data, size, index, result); },
         checker);

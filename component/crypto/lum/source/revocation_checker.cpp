@@ -115,9 +115,10 @@ X509_CRL* RevocationChecker::FindCrl(const X509& root) const
     return nullptr;
 }
 
-std::int32_t CreateRevocationChecker(std::span<const ByteSpan> requiredRoots, std::span<const ByteSpan> optionalRoots,
-                                     ByteSpan container, const LumRevocationReporter& reporter,
-                                     RevocationCheckerPtr& checker)
+std::int32_t LumCreateRevocationChecker(std::span<const ByteSpan> requiredRoots,
+                                        std::span<const ByteSpan> optionalRoots, std::uint32_t /*flags*/,
+                                        ByteSpan container, const LumRevocationReporter& reporter,
+                                        ILumRevocationCheckerPtr& checker)
 {
     if (!IsLibraryInitialized()) {
         return lumErrNotInitialized;
@@ -143,19 +144,6 @@ std::int32_t CreateRevocationChecker(std::span<const ByteSpan> requiredRoots, st
     } catch (const std::bad_alloc&) {
         return lumErrBadAlloc;
     }
-}
-
-std::int32_t LumCreateRevocationChecker(std::span<const ByteSpan> requiredRoots,
-                                        std::span<const ByteSpan> optionalRoots, std::uint32_t /*flags*/,
-                                        ByteSpan container, const LumRevocationReporter& reporter,
-                                        ILumRevocationCheckerPtr& checker)
-{
-    RevocationCheckerPtr concrete;
-    const std::int32_t result = CreateRevocationChecker(requiredRoots, optionalRoots, container, reporter, concrete);
-    if (result == lumOk) {
-        checker = concrete;
-    }
-    return result;
 }
 
 }  // namespace crypto::lum

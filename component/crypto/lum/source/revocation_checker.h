@@ -23,17 +23,10 @@ public:
     std::size_t GetRootCount() const override { return entries_.size(); }
     const RevocationDatabaseInfo* GetDatabase(std::size_t index) const override;
 
-    /// The CRL of the hierarchy whose root is `root`; nullptr when none was loaded.
-    X509_CRL* FindCrl(const X509& root) const;
+    X509_CRL* FindCrl(const X509& root) const override;
 
 private:
     std::vector<Entry> entries_;
 };
-using RevocationCheckerPtr = zel::intrusive_ptr<RevocationChecker>;
-
-/// LumCreateRevocationChecker with the concrete checker as its output.
-std::int32_t CreateRevocationChecker(std::span<const ByteSpan> requiredRoots,
-                                     std::span<const ByteSpan> optionalRoots, ByteSpan container,
-                                     const LumRevocationReporter& reporter, RevocationCheckerPtr& checker);
 
 }  // namespace crypto::lum

@@ -94,7 +94,7 @@ std::int32_t ResultForFlags(std::uint32_t value, bool attributeMatched)
 }  // namespace
 
 LumSignatureVerifierImpl::LumSignatureVerifierImpl(zel::ITracerPtr tracer, const std::vector<Bytes>& roots,
-                                                   RevocationCheckerPtr checker,
+                                                   ILumRevocationCheckerPtr checker,
                                                    std::unique_ptr<LibraryReference> library)
     : zel::TracerProvider(std::move(tracer)), library_(std::move(library)), validator_(roots),
       checker_(std::move(checker))

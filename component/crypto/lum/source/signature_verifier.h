@@ -3,7 +3,7 @@
 #include "chain_validator.h"
 #include "library.h"
 #include "lum/service.h"
-#include "revocation_checker.h"
+#include "lum/revocation.h"
 #include "verification_result.h"
 
 namespace crypto::lum {
@@ -14,7 +14,7 @@ namespace crypto::lum {
 class LumSignatureVerifierImpl final : public ILumSignatureVerifier, private zel::TracerProvider {
 public:
     /// Throws std::runtime_error when a root does not parse.
-    LumSignatureVerifierImpl(zel::ITracerPtr tracer, const std::vector<Bytes>& roots, RevocationCheckerPtr checker,
+    LumSignatureVerifierImpl(zel::ITracerPtr tracer, const std::vector<Bytes>& roots, ILumRevocationCheckerPtr checker,
                              std::unique_ptr<LibraryReference> library);
 
     std::int32_t VerifyObject(ByteSpan object, ILumSignatureVerificationResultPtr& result) override;
@@ -36,7 +36,7 @@ private:
 
     std::unique_ptr<LibraryReference> library_;
     ChainValidator validator_;
-    RevocationCheckerPtr checker_;
+    ILumRevocationCheckerPtr checker_;
 };
 
 }  // namespace crypto::lum

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include <openssl/types.h>
 #include <zel/ref_counted.h>
 
 #include "lum/format.h"
@@ -27,6 +28,8 @@ public:
     virtual std::size_t GetRootCount() const = 0;
     /// The database of root `index`, or nullptr when it has none.
     virtual const RevocationDatabaseInfo* GetDatabase(std::size_t index) const = 0;
+    /// The verified CRL of the hierarchy whose root is `root`; nullptr when it has none.
+    virtual X509_CRL* FindCrl(const X509& root) const = 0;
 };
 using ILumRevocationCheckerPtr = zel::intrusive_ptr<ILumRevocationChecker>;
 
