@@ -1,0 +1,51 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include <zel/ref_counted.h>
+#include <zel/result.h>
+#include <zel/tracer.h>
+
+#include "lum/flags.h"
+#include "lum/format.h"
+#include "lum/result.h"
+
+namespace crypto::lum {
+
+/// Outcome of one verification.
+class ILumSignatureVerificationResult : public zel::RefCounted {
+public:
+    /// Stores the verification flags (flags.h); lumErrInvalidArgument on null.
+    virtual std::int32_t GetFlags(std::uint32_t* flags) const = 0;
+    /// Stores the size of the signed content (the bytes before the signature);
+    /// lumErrInvalidArgument on null, lumSignatureNotFound when no signature was located.
+    virtual std::int32_t GetCheckedContentSize(std::uint64_t* size) const = 0;
+};
+using ILumSignatureVerificationResultPtr = zel::intrusive_ptr<ILumSignatureVerificationResult>;
+
+/// Verifies signed objects against the roots and revocation data it was made with.
+class ILumSignatureVerifier : public zel::RefCounted {
+public:
+    /// Verifies a whole signed object held in memory. Always sets `result` (flags say why it failed) unless arguments are invalid; returns lumOk only for a good, trusted, unrevoked signature.
+    virtual std::int32_t VerifyObject(ByteSpan object, ILumSignatureVerificationResultPtr& result) = 0;
+    /// Same, and requires the signed attribute `oid` (dotted) whose BMPString value equals `additionalContent` (big-endian UTF-16 bytes, see FileNameToBmp); lumErrInvalidArgument for an OID that does not parse.
+    virtual std::int32_t VerifyObjectWithAdditionalContent(ByteSpan object, const std::string& oid,
+                                                           ByteSpan additionalContent,
+                                                           ILumSignatureVerificationResultPtr& result) = 0;
+};
+using ILumSignatureVerifierPtr = zel::intrusive_ptr<ILumSignatureVerifier>;
+
+/// roots: DER root certificates; crlContainer: the lumcrl.rdb bytes, empty when none. Returns zel::kOk, zel::kInvalidArgument (no tracer), lumErrInvalidArgument (no roots), or a generic failure (zel::kFail) after tracing why.
+zel::Result LumCreateVerifier(const zel::ITracerPtr& tracer, const std::vector<Bytes>& roots,
+                              ByteSpan crlContainer, ILumSignatureVerifierPtr& verifier);
+
+/// Takes a reference on the library; pair each success with LumReleaseLibrary.
+std::int32_t LumInitializeLibrary();
+/// Drops a reference taken by LumInitializeLibrary.
+void LumReleaseLibrary();
+/// Stores the GOST provider's version tag; -1 when `out` is null.
+std::int32_t LumCryptoPro_GetGostLibraryVersionString(const char** out);
+
+}  // namespace crypto::lum

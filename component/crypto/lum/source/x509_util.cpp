@@ -1,0 +1,78 @@
+#include "x509_util.h"
+
+#include <climits>
+#include <ctime>
+
+namespace crypto::lum {
+
+namespace {
+
+/// d2i reads at most `long` bytes; larger inputs cannot be one object here.
+template <class Ptr, class T, T* (*Decode)(T**, const unsigned char**, long)>
+Ptr DecodeExactly(ByteSpan der)
+{
+    if (der.empty() || der.size() > static_cast<std::size_t>(LONG_MAX)) {
+        return nullptr;
+    }
+    const unsigned char* cursor = der.data();
+    Ptr object(Decode(nullptr, &cursor, static_cast<long>(der.size())));
+    if (object && cursor != der.data() + der.size()) {
+        object.reset();
+    }
+    return object;
+}
+
+}  // namespace
+
+X509Ptr ParseCertificate(ByteSpan der)
+{
+    return DecodeExactly<X509Ptr, X509, d2i_X509>(der);
+}
+
+X509CrlPtr ParseCrl(ByteSpan der)
+{
+    return DecodeExactly<X509CrlPtr, X509_CRL, d2i_X509_CRL>(der);
+}
+
+CmsPtr ParseCms(ByteSpan der)
+{
+    return DecodeExactly<CmsPtr, CMS_ContentInfo, d2i_CMS_ContentInfo>(der);
+}
+
+Bytes SerialMagnitude(const X509& certificate)
+{
+    const BignumPtr serial(ASN1_INTEGER_to_BN(X509_get0_serialNumber(&certificate), nullptr));
+    if (!serial) {
+        return {};
+    }
+    Bytes bytes(static_cast<std::size_t>(BN_num_bytes(serial.get())));
+    BN_bn2bin(serial.get(), bytes.data());
+    return bytes;
+}
+
+std::string Hex(ByteSpan bytes)
+{
+    static constexpr char kDigits[] = "0123456789ABCDEF";
+    std::string text;
+    text.reserve(bytes.size() * 2);
+    for (const std::uint8_t byte : bytes) {
+        text += kDigits[byte >> 4];
+        text += kDigits[byte & 0xF];
+    }
+    return text;
+}
+
+std::string TimeText(const ASN1_TIME* time)
+{
+    std::tm parts{};
+    if (time == nullptr || ASN1_TIME_to_tm(time, &parts) != 1) {
+        return "?";
+    }
+    char text[32];
+    if (std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &parts) == 0) {
+        return "?";
+    }
+    return text;
+}
+
+}  // namespace crypto::lum

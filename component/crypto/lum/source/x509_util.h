@@ -1,0 +1,28 @@
+#pragma once
+
+#include <string>
+
+#include "lum/format.h"
+#include "openssl_ptr.h"
+
+namespace crypto::lum {
+
+/// Trace levels of the library: failures and diagnostics.
+inline constexpr std::uint32_t kTraceError = 300;
+inline constexpr std::uint32_t kTraceDebug = 800;
+
+/// Parses a DER certificate that fills `der` exactly; nullptr otherwise.
+X509Ptr ParseCertificate(ByteSpan der);
+/// Parses a DER CRL that fills `der` exactly; nullptr otherwise.
+X509CrlPtr ParseCrl(ByteSpan der);
+/// Parses a DER CMS ContentInfo that fills `der` exactly; nullptr otherwise.
+CmsPtr ParseCms(ByteSpan der);
+/// The big-endian magnitude of the certificate's serial number (the
+/// hierarchy identifier when the certificate is a root).
+Bytes SerialMagnitude(const X509& certificate);
+/// Upper-case hex of `bytes`.
+std::string Hex(ByteSpan bytes);
+/// "YYYY-MM-DD HH:MM:SS" of an ASN.1 time, or "?" when it does not convert.
+std::string TimeText(const ASN1_TIME* time);
+
+}  // namespace crypto::lum

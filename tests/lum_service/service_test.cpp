@@ -1,0 +1,162 @@
+#include <gtest/gtest.h>
+
+#include <lum/service/lum_service.h>
+
+#include "lum_service/recording_tracer.h"
+#include "support/pki.h"
+
+namespace crypto::lum::service {
+namespace {
+
+namespace pki = integrity_check_tool::test::pki;
+using pki::Hierarchy;
+
+class FakeRootProvider final : public ILumRootProvider {
+public:
+    zel::Result GetTrustedRoots(std::uint32_t /*classId*/, std::vector<Bytes>& roots) override
+    {
+        roots = trusted;
+        return zel::kOk;
+    }
+    zel::Result GetTestRoots(std::uint32_t /*classId*/, std::vector<Bytes>& roots,
+                             TestRootHandlingPolicyFlags& flags) override
+    {
+        roots = test;
+        flags = policy;
+        return zel::kOk;
+    }
+
+    std::vector<Bytes> trusted;
+    std::vector<Bytes> test;
+    TestRootHandlingPolicyFlags policy = 0;
+};
+
+class FakeCrlProvider final : public ILumCrlProvider {
+public:
+    zel::Result GetCrlContainer(Bytes& out) override
+    {
+        out = container;
+        return zel::kOk;
+    }
+    Bytes container;
+};
+
+TEST(ServiceOptionsTest, RenderOptionsAndPolicy)
+{
+    EXPECT_EQ(ToString(CreateVerifierOptions::RevocationDatabaseIsRequired),
+              "CreateVerifierOptions::RevocationDatabaseIsRequired");
+    EXPECT_EQ(ToString(CreateVerifierOptions::RevocationDatabaseIsOptional),
+              "CreateVerifierOptions::RevocationDatabaseIsOptional");
+    EXPECT_EQ(ToString(static_cast<CreateVerifierOptions>(7)), "<UNKNOWN>(7)");
+    EXPECT_EQ(TestRootHandlingPolicyFlagsToString(0), "None");
+    EXPECT_EQ(TestRootHandlingPolicyFlagsToString(kCrlMustExist), "CrlMustExist");
+    EXPECT_EQ(TestRootHandlingPolicyFlagsToString(3), "<UNKNOWN>(3)");
+}
+
+TEST(ServiceOptionsTest, CrlMustExistMakesTestRootsRequired)
+{
+    const std::vector<Bytes> trusted{{1}, {2}};
+    const std::vector<Bytes> test{{3}};
+    const RootSets strict = SplitRoots(trusted, test, kCrlMustExist);
+    EXPECT_EQ(strict.required, (std::vector<Bytes>{{1}, {2}, {3}}));
+    EXPECT_TRUE(strict.optional.empty());
+    const RootSets lenient = SplitRoots(trusted, test, 0);
+    EXPECT_EQ(lenient.required, trusted);
+    EXPECT_EQ(lenient.optional, test);
+}
+
+class LumServiceTest : public ::testing::Test {
+protected:
+    static void SetUpTestSuite()
+    {
+        trusted_ = new Hierarchy(Hierarchy::Make("Trusted", 0x500));
+        test_ = new Hierarchy(Hierarchy::Make("Test", 0x600));
+    }
+    static void TearDownTestSuite()
+    {
+        delete trusted_;
+        delete test_;
+    }
+
+    void SetUp() override
+    {
+        roots_->trusted = {trusted_->root.ToDer()};
+        roots_->test = {test_->root.ToDer()};
+        crl_->container = BuildContainer({{trusted_->HierarchyId(), trusted_->Crl({})}});
+    }
+
+    zel::Result Create(std::uint32_t options = 0)
+    {
+        const auto service = zel::MakeIntrusive<LumServiceImpl>(
+            tracer_, roots_, zel::MakeIntrusive<LumRevocationCheckerFactoryImpl>(tracer_, crl_));
+        verifier_.reset();
+        return service->CreateVerifier(42, options, verifier_);
+    }
+
+    static inline Hierarchy* trusted_ = nullptr;
+    static inline Hierarchy* test_ = nullptr;
+    zel::intrusive_ptr<test::RecordingTracer> tracer_ = zel::MakeIntrusive<test::RecordingTracer>();
+    zel::intrusive_ptr<FakeRootProvider> roots_ = zel::MakeIntrusive<FakeRootProvider>();
+    zel::intrusive_ptr<FakeCrlProvider> crl_ = zel::MakeIntrusive<FakeCrlProvider>();
+    ILumSignatureVerifierPtr verifier_;
+};
+
+TEST_F(LumServiceTest, VerifiesWithTrustedAndOptionalTestRoots)
+{
+    ASSERT_EQ(Create(), zel::kOk) << tracer_->All();
+    EXPECT_TRUE(tracer_->Contains("classId=42, creationOptions=CreateVerifierOptions::RevocationDatabaseIsRequired"));
+    EXPECT_TRUE(tracer_->Contains("TestRootHandlingPolicyFlags: None"));
+    EXPECT_TRUE(tracer_->Contains("Loaded revocation database with hierarchy=0500, issuedDate="));
+    EXPECT_TRUE(tracer_->Contains("1 database(s) loaded"));
+    EXPECT_TRUE(tracer_->Contains("  Hierarchy Id (Root Serial)=0500, Issued="));
+    EXPECT_TRUE(tracer_->Contains("Created service="));
+    EXPECT_TRUE(tracer_->Contains("Destroyed service="));
+
+    const auto flagsOf = [&](const Bytes& object) {
+        ILumSignatureVerificationResultPtr result;
+        EXPECT_EQ(verifier_->VerifyObject(object, result), lumOk);
+        std::uint32_t value = 0;
+        result->GetFlags(&value);
+        return value;
+    };
+    const Bytes content = pki::ToBlob("content");
+    EXPECT_EQ(flagsOf(trusted_->Sign(content)), flags::kSigned | flags::kTrusted | flags::kEmbedded);
+    EXPECT_EQ(flagsOf(test_->Sign(content)),
+              flags::kSigned | flags::kTrusted | flags::kEmbedded | flags::kRevocationCheckSkipped);
+}
+
+TEST_F(LumServiceTest, PolicyAndOptionsDecideWhichDatabasesMustExist)
+{
+    roots_->policy = kCrlMustExist;
+    EXPECT_EQ(Create(), zel::kFail);
+    EXPECT_TRUE(tracer_->Contains("Required revocation database with hierarchy=0600 is absent; LumResult=lumErrRdbAbsent"))
+        << tracer_->All();
+    EXPECT_TRUE(tracer_->Contains("failed to get revocation checker ("));
+
+    // Optional databases: nothing is required, even under the policy.
+    EXPECT_EQ(Create(static_cast<std::uint32_t>(CreateVerifierOptions::RevocationDatabaseIsOptional)), zel::kOk);
+
+    crl_->container = BuildContainer({{trusted_->HierarchyId(), trusted_->Crl({})},
+                                      {test_->HierarchyId(), test_->Crl({})},
+                                      {test_->HierarchyId(), test_->Crl({})}});
+    EXPECT_EQ(Create(), zel::kFail);
+    EXPECT_TRUE(tracer_->Contains("More than one revocation database with hierarchy=0600"));
+}
+
+TEST_F(LumServiceTest, RefusesBadOptionsAndMissingRoots)
+{
+    EXPECT_EQ(Create(5), zel::kInvalidArgument);
+    EXPECT_TRUE(tracer_->Contains("creationOptions=<UNKNOWN>(5)"));
+    EXPECT_TRUE(tracer_->Contains("invalid CreateVerifierOptions ("));
+
+    roots_->trusted.clear();
+    EXPECT_EQ(Create(), zel::kFail);
+    EXPECT_TRUE(tracer_->Contains("no trusted roots for class 42 ("));
+
+    roots_->trusted = {pki::ToBlob("junk")};
+    EXPECT_EQ(Create(), zel::kFail);
+    EXPECT_TRUE(tracer_->Contains("AsndParseAndValidateCertificate() failed. Certificate size=4, CertificateBody=6A756E6B"));
+}
+
+}  // namespace
+}  // namespace crypto::lum::service

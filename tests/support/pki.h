@@ -1,0 +1,132 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <openssl/types.h>
+
+#include "types.h"
+
+/// Test material made at run time with OpenSSL: keys, certificates, CRLs,
+/// "lum" signed files and revocation containers. Failures throw std::runtime_error.
+namespace integrity_check_tool::test::pki {
+
+/// A private key with its public half; copies share the key.
+class Key {
+public:
+    enum class Type { P256, P384, Ed25519, Rsa2048 };
+
+    /// Wraps an owned key.
+    explicit Key(std::shared_ptr<EVP_PKEY> key) : key_(std::move(key)) {}
+
+    /// A fresh key of `type` (EC P-256 by default).
+    static Key Generate(Type type = Type::P256);
+    /// Reads a PEM private key (PKCS #8 or traditional).
+    static Key FromPem(const std::string& pem);
+
+    EVP_PKEY* get() const noexcept { return key_.get(); }
+    /// The private key as unencrypted PKCS #8 PEM.
+    std::string ToPem() const;
+    /// The public key as SubjectPublicKeyInfo PEM.
+    std::string PublicToPem() const;
+
+private:
+    std::shared_ptr<EVP_PKEY> key_;
+};
+
+/// An X.509 certificate; copies share it.
+class Certificate {
+public:
+    /// Wraps an owned certificate.
+    explicit Certificate(std::shared_ptr<X509> certificate) : certificate_(std::move(certificate)) {}
+    /// Parses DER (or PEM); throws when it does not parse.
+    static Certificate FromDer(std::span<const std::uint8_t> der);
+    static Certificate FromPem(const std::string& pem);
+
+    X509* get() const noexcept { return certificate_.get(); }
+    Blob ToDer() const;
+    std::string ToPem() const;
+
+private:
+    std::shared_ptr<X509> certificate_;
+};
+
+/// What goes into a certificate. Extension values use the syntax of
+/// OpenSSL's configuration files; an empty value leaves the extension out.
+struct CertificateOptions {
+    std::string commonName = "Test";
+    std::uint64_t serial = 1;
+    /// Validity relative to now, in days.
+    int notBeforeDays = -1;
+    int notAfterDays = 3650;
+    std::string basicConstraints = "critical,CA:FALSE";
+    std::string keyUsage = "critical,digitalSignature";
+    std::string extendedKeyUsage = "codeSigning";
+    /// Further extensions as (name, value), e.g. {"1.2.3.4", "critical,DER:05:00"}.
+    std::vector<std::pair<std::string, std::string>> extraExtensions;
+};
+
+/// Options of a CA certificate: CA:TRUE, keyCertSign and cRLSign, no EKU.
+CertificateOptions CaOptions(const std::string& commonName, std::uint64_t serial);
+/// Options of a code-signing leaf.
+CertificateOptions LeafOptions(const std::string& commonName, std::uint64_t serial);
+
+/// Issues a certificate for `subjectKey` signed by `issuerKey`; self-signed
+/// (issuer name = subject name) when `issuer` is null.
+Certificate IssueCertificate(const CertificateOptions& options, const Key& subjectKey,
+                             const Certificate* issuer, const Key& issuerKey);
+
+/// A DER X.509 v2 CRL issued by `issuer`, signed with `issuerKey`, listing
+/// `revokedSerials`; thisUpdate and nextUpdate are relative to now, in days.
+Blob MakeCrl(const Certificate& issuer, const Key& issuerKey, const std::vector<std::uint64_t>& revokedSerials,
+             int thisUpdateDays = -1, int nextUpdateDays = 30);
+
+/// How SignLum builds the CMS.
+struct SignOptions {
+    std::string digest = "SHA256";  ///< ignored for Ed25519 keys, which use SHA-512
+    /// BMPString bytes of the file-name attribute (FileNameToBmp); none when absent.
+    std::optional<Blob> fileNameAttribute;
+    /// OID of that attribute; the build's FileNameAttributeOid() when empty.
+    std::string fileNameOid;
+    bool includeSignerCertificate = true;
+    bool detached = true;  ///< false embeds the content (not a valid "lum" signature)
+};
+
+/// DER of a CMS SignedData over `content` by `signer`, carrying `chain`.
+Blob SignCms(std::span<const std::uint8_t> content, const Certificate& signer, const Key& key,
+             const std::vector<Certificate>& chain = {}, const SignOptions& options = {});
+/// A signed file: content, CMS DER, trailer.
+Blob SignLum(std::span<const std::uint8_t> content, const Certificate& signer, const Key& key,
+             const std::vector<Certificate>& chain = {}, const SignOptions& options = {});
+
+/// A root, an intermediate issued by it and a code-signing leaf issued by
+/// the intermediate, with serials `firstSerial`, +1 and +2.
+struct Hierarchy {
+    Key rootKey;
+    Certificate root;
+    Key intermediateKey;
+    Certificate intermediate;
+    Key leafKey;
+    Certificate leaf;
+
+    /// `name` prefixes the common names ("<name> Root", ...).
+    static Hierarchy Make(const std::string& name, std::uint64_t firstSerial);
+    /// A leaf under this hierarchy's intermediate with the given options.
+    Certificate IssueLeaf(const CertificateOptions& options, const Key& key) const;
+    /// `content` signed by the leaf, with the intermediate in the chain.
+    Blob Sign(std::span<const std::uint8_t> content, const SignOptions& options = {}) const;
+    /// A CRL of the root revoking `serials`.
+    Blob Crl(const std::vector<std::uint64_t>& serials) const;
+    /// The root's hierarchy identifier (big-endian magnitude of its serial).
+    Blob HierarchyId() const;
+};
+
+/// The bytes of `text`, for content built from string literals.
+Blob ToBlob(std::string_view text);
+
+}  // namespace integrity_check_tool::test::pki
