@@ -52,7 +52,7 @@ private_run() {  # name, build dir, emulator command...
     local private
     private=$(mktemp -d)
     cp "$dir"/source/integrity_checker "$dir"/source/integrity_check_tool "$dir"/source/integrity_tester \
-        "$dir"/tests/e2e/e2e_tests "$private"/
+        "$dir"/source/sign/integrity_sign "$dir"/tests/e2e/e2e_tests "$private"/
     if ! ICT_TEST_PROGRAM_DIR="$private" TMPDIR="$private" "$@" "$private"/e2e_tests --gtest_brief=1; then
         rm -rf "$private"
         echo "=== ${name}: FAILED from a private directory" >&2

@@ -16,7 +16,8 @@ std::string ProgramPath(Program program)
 {
     const Path built = program == Program::Checker     ? ICT_CHECKER_PATH
                        : program == Program::CheckTool ? ICT_CHECK_TOOL_PATH
-                                                       : ICT_TESTER_PATH;
+                       : program == Program::Tester    ? ICT_TESTER_PATH
+                                                       : ICT_SIGN_PATH;
     const char* directory = std::getenv("ICT_TEST_PROGRAM_DIR");
     if (directory == nullptr || *directory == '\0') {
         return built.string();
@@ -49,6 +50,8 @@ ProcessResult RunProgramUnprivileged(Program program, const std::vector<std::str
     return RunProcess(copy.string(), arguments, {},
                       {"setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"});
 }
+
+std::string DemoPki(const std::string& relative) { return std::string(ICT_DEMO_PKI_DIR) + "/" + relative; }
 
 std::vector<std::string> Lines(const std::string& text)
 {

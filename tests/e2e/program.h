@@ -8,8 +8,8 @@
 
 namespace integrity_check_tool::test {
 
-/// The three built programs.
-enum class Program { Checker, CheckTool, Tester };
+/// The built programs.
+enum class Program { Checker, CheckTool, Tester, Sign };
 
 /// Runs one of the built programs and collects its output.
 ProcessResult RunProgram(Program program, const std::vector<std::string>& arguments,
@@ -23,6 +23,9 @@ ProcessResult RunProgram(Program program, const std::vector<std::string>& argume
 /// directory every user can enter.
 ProcessResult RunProgramUnprivileged(Program program, const std::vector<std::string>& arguments,
                                      const Path& shared);
+
+/// A file of the committed demo hierarchy, e.g. DemoPki("regular/leaf.pem").
+std::string DemoPki(const std::string& relative);
 
 /// Splits output into lines (without line ends).
 std::vector<std::string> Lines(const std::string& text);

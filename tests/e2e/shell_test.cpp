@@ -96,7 +96,8 @@ TEST(ShellTest, TraceFileRecordsVersionSchemaAndConfiguration)
                               "    \"displayVersion\": \"DisplayVersion\",\n"
                               "    \"logFile\": \"[^\"]+\",\n"
                               "    \"logLevel\": \"800\"\n"
-                              "\\}\n\n");
+                              "\\}\n\n" +
+                              prefix + "700 GOST library version: <crypto_pro:ver:1\\.0\\.1>\n");
     EXPECT_TRUE(std::regex_match(text, expected)) << text;
 }
 
