@@ -111,8 +111,16 @@ void Gost2012::VerifySignature(const Path& file, const GostKeySet& keys, bool em
         VORN_THROW(kObjectStep, kInvalidParameters);
     }
     Blob data = ReadSignedFile(file);
+    data.resize(VerifySignedBytes(data, keys));
+    content = std::move(data);
+    Trace(kTraceLevel, "Gost2012 signature of file %1% is OK", file.string());
+}
+
+std::size_t Gost2012::VerifySignedBytes(std::span<const std::uint8_t> file,
+                                        const GostKeySet& keys)
+{
     Vorn2Record record;
-    const Result parsed = ParseVorn2Record(data, record);
+    const Result parsed = ParseVorn2Record(file, record);
     if (parsed == kUnknownGostVersion) {
         VORN_THROW("Unknown Gost version", parsed);
     }
@@ -127,9 +135,7 @@ void Gost2012::VerifySignature(const Path& file, const GostKeySet& keys, bool em
     if (!Gost3410::Verify(key->Curve(), key->Point(), digest, record.signature)) {
         VORN_THROW("Invalid signature", kInvalidSignature);
     }
-    data.resize(record.content.size());
-    content = std::move(data);
-    Trace(kTraceLevel, "Gost2012 signature of file %1% is OK", file.string());
+    return record.content.size();
 }
 
 std::shared_ptr<const Gost2012> GetGost2012(const zel::ITracerPtr& tracer)

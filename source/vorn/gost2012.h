@@ -49,6 +49,11 @@ public:
     void VerifySignature(const Path& file, const GostKeySet& keys, bool embedded,
                          Blob& content) const;
 
+    /// Verifies signed bytes already in memory: the size of the signed
+    /// content, or throws vorn::Exception as VerifySignature does.
+    static std::size_t VerifySignedBytes(std::span<const std::uint8_t> file,
+                                         const GostKeySet& keys);
+
 private:
     struct Impl;
     std::unique_ptr<const Impl> impl_;
