@@ -28,6 +28,8 @@ inline constexpr std::array<std::uint8_t, 8> kVorn2Trailer{0x00, 0x56, 0x4F, 0x5
 inline constexpr std::uint8_t kVorn2Version256 = 1;
 inline constexpr std::uint8_t kVorn2Version512 = 2;
 inline constexpr std::size_t kVorn2LengthSize = 4;
+/// The largest record (version 2).
+inline constexpr std::size_t kVorn2MaxRecordSize = 1 + 8 + 2 * 64 + kVorn2LengthSize;
 
 /// The record's size for `version` (see above), 0 for an unknown version.
 std::size_t Vorn2RecordSize(std::uint8_t version) noexcept;
