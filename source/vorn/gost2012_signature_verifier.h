@@ -1,0 +1,32 @@
+#pragma once
+
+#include "action/signature_verifier.h"
+#include "vorn/gost2012.h"
+#include "vorn/gost_key_set.h"
+
+#include <memory>
+#include <zel/tracer.h>
+
+namespace integrity_check_tool::vorn {
+
+/// Checks "vorn2" manifest signatures against one compiled-in key set.
+class Gost2012SignatureVerifier final : public ISignatureVerifier {
+public:
+    /// Uses the regular key set (true) or the alternative one (false).
+    /// Throws vorn::Exception when the library instance cannot be created
+    /// or a compiled-in key cannot be registered.
+    Gost2012SignatureVerifier(zel::ITracerPtr tracer, bool regularKeySet);
+    /// Uses the given key blobs (see GostKeySet); throws likewise.
+    Gost2012SignatureVerifier(zel::ITracerPtr tracer, GostKeyBlobs keys);
+
+    /// Fills `content` with the signed content; throws vorn::Exception and
+    /// leaves `content` untouched when the signature is not good.
+    void Verify(const Path& file, Blob& content) const override;
+
+private:
+    std::shared_ptr<const Gost2012> gost_;
+    GostKeyBlobs blobs_;
+    GostKeySet keys_;
+};
+
+} // namespace integrity_check_tool::vorn
