@@ -50,7 +50,7 @@ echo "..."
 
 pki=$(pwd)/pki/demo/regular
 step "integrity_sign: sign the manifest with the demo code-signing certificate"
-"$bin/integrity_sign" --type lum --key "$pki/leaf.key" --cert "$pki/leaf.pem" --chain "$pki/inter.pem" \
+"$bin/sign/integrity_sign" --type lum --key "$pki/leaf.key" --cert "$pki/leaf.pem" --chain "$pki/inter.pem" \
     "$product/integrity_check.xml"
 tail -c 12 "$product/integrity_check.xml" | od -An -tx1
 

@@ -25,6 +25,7 @@
 #include "openssl/sha256.h"
 #include "utils/utils.h"
 #include "vorn/gost2012.h"
+#include "vorn/gost2012_signature_verifier.h"
 #include "manifest/environment.h"
 #include "manifest/filter.h"
 #include "manifest/storage.h"
@@ -34,11 +35,6 @@
 namespace integrity_check_tool {
 
 namespace {
-
-[[noreturn]] void NotImplemented(const char* what)
-{
-    ICT_THROW("%1% is not implemented in this build", what);
-}
 
 [[noreturn]] void UnknownCheckType(CheckType type)
 {
@@ -123,7 +119,7 @@ IValueProviderPtr Factory::CreateValueProvider(CheckType type)
     switch (type) {
     case CheckType::Exists:
     case CheckType::NotExists: return std::make_shared<value_provider::Empty>();
-    case CheckType::Gost2012: return std::make_shared<value_provider::Hash>(vorn::GetGost2012());
+    case CheckType::Gost2012: return std::make_shared<value_provider::Hash>(vorn::GetGost2012(GetTracer()));
     case CheckType::Sha256: return std::make_shared<value_provider::Hash>(openssl::GetSha256());
     case CheckType::Value: return std::make_shared<value_provider::Raw>();
     }
@@ -190,7 +186,7 @@ ISignatureVerifierPtr Factory::CreateSignatureVerifier()
     case SignatureType::LumWithFilename:
         return std::make_shared<LumSignatureVerifier>(GetTracer(), regularRoots, verify.crlStoragePath,
                                                       verify.signatureType == SignatureType::LumWithFilename);
-    case SignatureType::Vorn2: NotImplemented("Signature type vorn2");
+    case SignatureType::Vorn2: return std::make_shared<vorn::Gost2012SignatureVerifier>(GetTracer(), regularRoots);
     }
     ICT_THROW("Unknown signature type %1%", static_cast<std::uint32_t>(verify.signatureType));
 }
