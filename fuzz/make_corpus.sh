@@ -95,3 +95,6 @@ CNF
     # is reached through the container target.
 }
 lum_seeds
+
+# GOST records: a script of their own.
+bash "$here/make_corpus_vorn.sh" "$out"
