@@ -101,7 +101,7 @@ void SignArguments::PrintHelp(std::ostream& out) const
            "  integrity_sign --make-crl --ca-cert ROOT.pem --ca-key ROOT.key [--revoke SERIAL]...\n"
            "                 [--days N] --output CRL.pem\n"
            "  integrity_sign --make-container --root ROOT.pem [--root ROOT2.pem]...\n"
-           "                 --output lumcrl.rdb CRL [CRL]...\n";
+           "                 --output lumcrl.rdb CRL [CRL]...\n\n";
     out << visible_;
 }
 
