@@ -106,7 +106,7 @@ ConfigPtr FullArguments::CreateConfig() const
 {
     auto config = std::make_shared<Config>();
     if (Has("generate")) {
-        Config::Generate& generate = config->generate.emplace();
+        Config::Generate& generate = config->generate.emplace(Config::Generate{});
         generate.manifestPath = GetManifestPath();
         generate.configPath = GetConfigPath();
         generate.checkType = checkType_;
@@ -128,7 +128,7 @@ ConfigPtr FullArguments::CreateConfig() const
     } else if (Has("normalize")) {
         config->normalize.emplace().manifestPath = GetManifestPath();
     } else if (HasSingleFileCheck()) {
-        Config::SingleFileCheck& check = config->singleFileCheck.emplace();
+        Config::SingleFileCheck& check = config->singleFileCheck.emplace(Config::SingleFileCheck{});
         const std::pair<const char*, CheckType> options[] = {
             {"calc-hash", kDefaultHash},
             {"calc-hash-gost2012", CheckType::Gost2012},
