@@ -93,7 +93,7 @@ TEST_F(RevocationCheckerTest, EmptyContainerLoadsNothingAndRequiresNothing)
 TEST_F(RevocationCheckerTest, LoadsDatabasesOfKnownRootsAndSkipsOthers)
 {
     const Hierarchy unknown = Hierarchy::Make("Unknown", 0x4001);
-    const Blob crlB = B().Crl({5, 6});
+    const Bytes crlB = B().Crl({5, 6});
     ASSERT_EQ(Create(BuildContainer({Database(unknown), {B().HierarchyId(), crlB}, Database(A())})), lumOk);
     EXPECT_TRUE(reports_.empty());
     const RevocationDatabaseInfo* a = checker_->GetDatabase(0);
