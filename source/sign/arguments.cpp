@@ -15,6 +15,7 @@ namespace {
 constexpr const char* kSignForm = "--type";
 constexpr const char* kCrlForm = "--make-crl";
 constexpr const char* kContainerForm = "--make-container";
+constexpr const char* kKeyForm = "--gen-key";
 
 constexpr int kMaxDays = 36500;
 
@@ -33,13 +34,13 @@ SignArguments::SignArguments() : visible_("Options")
         ("type", po::value<std::string>()->value_name("TYPE"),
          "signature type: lum, lum-with-filename or vorn2")
         ("key", po::value<std::string>()->value_name("KEY"),
-         "the signer's private key (PEM or DER)")
+         "the signer's private key (PEM or DER; a PEM GOST key for vorn2)")
         ("cert", po::value<std::string>()->value_name("LEAF"),
          "the signer's certificate, with the codeSigning extended key usage (lum types)")
         ("chain", po::value<std::string>()->value_name("CHAIN"),
-         "PEM file of intermediate certificates to carry in the signature")
+         "PEM file of intermediate certificates to carry in the signature (lum types)")
         ("digest", po::value<std::string>()->value_name("NAME")->default_value("sha256"),
-         "message digest: sha256, sha384 or sha512")
+         "message digest: sha256, sha384 or sha512 (lum types; vorn2 follows the key size)")
         ("replace", po::bool_switch(), "replace an existing signature instead of refusing");
 
     po::options_description revocation("Revocation");
@@ -57,13 +58,23 @@ SignArguments::SignArguments() : visible_("Options")
         ("root", po::value<std::vector<std::string>>()->value_name("ROOT")->composing(),
          "a root certificate whose CRL may go into the container (repeatable)");
 
+    po::options_description keys("GOST keys for vorn2");
+    keys.add_options()
+        ("gen-key", po::value<std::string>()->value_name("TYPE"),
+         "generate a key pair: gost256 or gost512; the private key goes to --output "
+         "(mode 0600, never overwritten)")
+        ("paramset", po::value<std::string>()->value_name("SET")->default_value("A"),
+         "TC26 parameter set: A, B, C or D for gost256, A, B or C for gost512")
+        ("pubout", po::value<std::string>()->value_name("PUB"),
+         "also write the public key (PEM SubjectPublicKeyInfo)");
+
     po::options_description general("General");
     general.add_options()
         ("output", po::value<std::string>()->value_name("PATH"), "the file to write")
         ("help,h", "print this help");
     // clang-format on
 
-    visible_.add(signing).add(revocation).add(general);
+    visible_.add(signing).add(revocation).add(keys).add(general);
     po::options_description hidden;
     hidden.add_options()("input", po::value<std::vector<std::string>>());
     all_.add(visible_).add(hidden);
@@ -101,7 +112,9 @@ void SignArguments::PrintHelp(std::ostream& out) const
            "  integrity_sign --make-crl --ca-cert ROOT.pem --ca-key ROOT.key [--revoke SERIAL]...\n"
            "                 [--days N] --output CRL.pem\n"
            "  integrity_sign --make-container --root ROOT.pem [--root ROOT2.pem]...\n"
-           "                 --output lumcrl.rdb CRL [CRL]...\n\n";
+           "                 --output lumcrl.rdb CRL [CRL]...\n"
+           "  integrity_sign --gen-key gost256|gost512 [--paramset A|B|C|D] --output KEY\n"
+           "                 [--pubout PUB]\n\n";
     out << visible_;
 }
 
@@ -110,7 +123,8 @@ void SignArguments::Validate()
     const auto given = [this](const char* name) {
         return variables_.count(name) != 0 && !variables_[name].defaulted();
     };
-    const int forms = int{given("type")} + int{given("make-crl")} + int{given("make-container")};
+    const int forms = int{given("type")} + int{given("make-crl")} + int{given("make-container")} +
+                      int{given("gen-key")};
     if (forms == 0) {
         UsageError(messages::kNoMode);
     }
@@ -121,8 +135,10 @@ void SignArguments::Validate()
         ValidateSign();
     } else if (given("make-crl")) {
         ValidateCrl();
-    } else {
+    } else if (given("make-container")) {
         ValidateContainer();
+    } else {
+        ValidateKey();
     }
 }
 
@@ -137,7 +153,13 @@ void SignArguments::ValidateSign()
         UsageError(Format(messages::kUnknownType, type));
     }
     Require("key", kSignForm);
-    if (sign_.type != SignatureType::Vorn2) {
+    if (sign_.type == SignatureType::Vorn2) {
+        for (const char* option : {"cert", "chain", "digest"}) {
+            if (variables_.count(option) != 0 && !variables_[option].defaulted()) {
+                UsageError(Format(messages::kNotForVorn2, option));
+            }
+        }
+    } else {
         Require("cert", kSignForm);
     }
     sign_.digest = variables_["digest"].as<std::string>();
@@ -167,7 +189,7 @@ void SignArguments::ValidateCrl()
 {
     mode_ = Mode::MakeCrl;
     if (variables_.count("input") != 0) {
-        UsageError(messages::kNoPositional);
+        UsageError(Format(messages::kNoPositional, kCrlForm));
     }
     AllowOnly({"make-crl", "ca-cert", "ca-key", "revoke", "days", "output"}, kCrlForm);
     Require("ca-cert", kCrlForm);
@@ -197,6 +219,31 @@ void SignArguments::ValidateContainer()
     container_.roots = ToPaths(variables_["root"].as<std::vector<std::string>>());
     container_.crls = ToPaths(variables_["input"].as<std::vector<std::string>>());
     container_.output = variables_["output"].as<std::string>();
+}
+
+void SignArguments::ValidateKey()
+{
+    mode_ = Mode::GenerateKey;
+    if (variables_.count("input") != 0) {
+        UsageError(Format(messages::kNoPositional, kKeyForm));
+    }
+    AllowOnly({"gen-key", "paramset", "output", "pubout"}, kKeyForm);
+    Require("output", kKeyForm);
+    const std::string type = variables_["gen-key"].as<std::string>();
+    if (type == "gost256" || type == "gost512") {
+        key_.bits = type == "gost256" ? 256 : 512;
+    } else {
+        UsageError(Format(messages::kUnknownKeyType, type));
+    }
+    // The generator checks the set against the key size.
+    key_.paramSet = variables_["paramset"].as<std::string>();
+    key_.output = variables_["output"].as<std::string>();
+    if (variables_.count("pubout") != 0) {
+        key_.publicOutput = Path(variables_["pubout"].as<std::string>());
+        if (*key_.publicOutput == key_.output) {
+            UsageError(messages::kSameKeyFiles);
+        }
+    }
 }
 
 void SignArguments::AllowOnly(const std::vector<std::string>& allowed, const char* form) const

@@ -9,8 +9,8 @@
 
 namespace integrity_check_tool::sign {
 
-/// The signing tool's command line: three forms, chosen by --type,
-/// --make-crl or --make-container.
+/// The signing tool's command line: four forms, chosen by --type,
+/// --make-crl, --make-container or --gen-key.
 class SignArguments final {
 public:
     SignArguments();
@@ -31,12 +31,15 @@ public:
     const CrlOptions& GetCrlOptions() const noexcept { return crl_; }
     /// Valid after Parse in Mode::MakeContainer.
     const ContainerOptions& GetContainerOptions() const noexcept { return container_; }
+    /// Valid after Parse in Mode::GenerateKey.
+    const KeyOptions& GetKeyOptions() const noexcept { return key_; }
 
 private:
     void Validate();
     void ValidateSign();
     void ValidateCrl();
     void ValidateContainer();
+    void ValidateKey();
     /// Throws when an option outside `allowed` was given for `form`.
     void AllowOnly(const std::vector<std::string>& allowed, const char* form) const;
     void Require(const char* option, const char* form) const;
@@ -49,6 +52,7 @@ private:
     SignOptions sign_;
     CrlOptions crl_;
     ContainerOptions container_;
+    KeyOptions key_;
 };
 
 } // namespace integrity_check_tool::sign

@@ -58,9 +58,14 @@ bool LooksLikePem(const Blob& content)
 
 } // namespace
 
+Blob ReadCredentialFile(const Path& path)
+{
+    return ReadCredential(path, kCredentialLimit);
+}
+
 EvpPkeyPtr LoadPrivateKey(const Path& path)
 {
-    const Blob content = ReadCredential(path, kCredentialLimit);
+    const Blob content = ReadCredentialFile(path);
     BioPtr bio = MemoryBio(content);
     EvpPkeyPtr key(LooksLikePem(content)
                        ? PEM_read_bio_PrivateKey(bio.get(), nullptr, NoPassword, nullptr)

@@ -5,6 +5,10 @@
 
 namespace integrity_check_tool::sign {
 
+/// The bytes of the key or certificate file `path` (1 MiB at most); throws
+/// Exception like ReadRegularFile.
+Blob ReadCredentialFile(const Path& path);
+
 /// The private key in `path` (PEM or DER, unencrypted); throws Exception
 /// when there is none.
 EvpPkeyPtr LoadPrivateKey(const Path& path);

@@ -3,6 +3,8 @@
 #include "exception.h"
 #include "sign/messages.h"
 #include "sign/openssl_handles.h"
+#include "vorn/signer.h"
+#include "vorn/vorn2_record.h"
 
 #include <algorithm>
 #include <array>
@@ -15,9 +17,6 @@ namespace integrity_check_tool::sign {
 namespace {
 
 using Bytes = std::span<const std::uint8_t>;
-
-// The last eight bytes of a file with a GOST R 34.10-2012 signature record.
-constexpr std::array<std::uint8_t, 8> kVorn2Magic{0x00, 0x56, 0x4F, 0x52, 0x4E, 0x32, 0x53, 0x47};
 
 template <std::size_t N> bool EndsWith(Bytes file, const std::array<std::uint8_t, N>& magic)
 {
@@ -42,11 +41,15 @@ std::optional<Bytes> StripLumSignature(Bytes file)
     return file.first(layout->contentSize);
 }
 
-// TODO(vorn2): remove the signature record (its length sits just before the
-// trailer) once GOST signing lands; until then a vorn2-signed file is refused.
-std::optional<Bytes> StripVorn2Signature(Bytes /*file*/, const Path& path)
+/// The content before a vorn2 signature, or nullopt when the record before
+/// the trailer is malformed.
+std::optional<Bytes> StripVorn2Record(Bytes file)
 {
-    ICT_THROW(messages::kVorn2StripNotSupported, path.string());
+    vorn::Vorn2Record record;
+    if (vorn::ParseVorn2Record(file, record) != vorn::kSuccess) {
+        return std::nullopt;
+    }
+    return record.content;
 }
 
 } // namespace
@@ -55,7 +58,7 @@ ExistingSignature::ExistingSignature(std::span<const std::uint8_t> file) : file_
 {
     if (EndsWith(file, crypto::lum::kSignatureMagic)) {
         kind_ = Kind::Lum;
-    } else if (EndsWith(file, kVorn2Magic)) {
+    } else if (vorn::HasVorn2Signature(file)) {
         kind_ = Kind::Vorn2;
     }
 }
@@ -75,7 +78,7 @@ std::span<const std::uint8_t> ExistingSignature::Strip(const Path& path) const
         content = StripLumSignature(file_);
         break;
     case Kind::Vorn2:
-        content = StripVorn2Signature(file_, path);
+        content = StripVorn2Record(file_);
         break;
     }
     if (!content) {

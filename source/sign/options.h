@@ -10,7 +10,7 @@
 namespace integrity_check_tool::sign {
 
 /// What one run of the tool does.
-enum class Mode { Sign, MakeCrl, MakeContainer };
+enum class Mode { Sign, MakeCrl, MakeContainer, GenerateKey };
 
 /// Signing FILE (in place unless `output` is given).
 struct SignOptions {
@@ -38,6 +38,14 @@ struct ContainerOptions {
     std::vector<Path> roots;
     std::vector<Path> crls;
     Path output;
+};
+
+/// Generating a GOST R 34.10-2012 key pair.
+struct KeyOptions {
+    unsigned bits = 256;
+    std::string paramSet = "A";
+    Path output;                      ///< the private key, never overwritten
+    std::optional<Path> publicOutput; ///< the public key, if wanted
 };
 
 } // namespace integrity_check_tool::sign

@@ -2,7 +2,7 @@
 
 #include "exception.h"
 #include "sign/lum_signer.h"
-#include "sign/messages.h"
+#include "sign/vorn2_signer.h"
 
 namespace integrity_check_tool::sign {
 
@@ -13,9 +13,9 @@ ISignerPtr CreateSigner(const SignOptions& options)
     case SignatureType::LumWithFilename:
         return std::make_unique<LumSigner>(options);
     case SignatureType::Vorn2:
-        break;
+        return std::make_unique<Vorn2Signer>(options);
     }
-    ICT_THROW(messages::kVorn2NotSupported);
+    ICT_THROW("Unknown signature type");
 }
 
 } // namespace integrity_check_tool::sign

@@ -6,7 +6,7 @@
 namespace integrity_check_tool::sign {
 
 /// The signer for `options.type`, with its key material loaded; throws
-/// Exception for a type this tool can't sign yet or unusable material.
+/// Exception for unusable material.
 ISignerPtr CreateSigner(const SignOptions& options);
 
 } // namespace integrity_check_tool::sign

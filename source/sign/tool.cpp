@@ -5,6 +5,7 @@
 #include "sign/container_builder.h"
 #include "sign/crl_maker.h"
 #include "sign/file_signer.h"
+#include "sign/key_generator.h"
 #include "sign/signer_factory.h"
 #include "utils/atomic_file.h"
 
@@ -81,6 +82,9 @@ int RunSignTool(int argc, char** argv)
             break;
         case Mode::MakeContainer:
             MakeContainer(arguments.GetContainerOptions());
+            break;
+        case Mode::GenerateKey:
+            GenerateKeyPair(arguments.GetKeyOptions());
             break;
         }
         std::cout << "SUCCEEDED" << std::endl;

@@ -72,10 +72,13 @@ void AtomicFile::Write(std::string_view bytes)
 
 void AtomicFile::Commit()
 {
-    // A replaced file keeps its permissions; a new one gets the usual ones.
+    // Unless a mode was set, a replaced file keeps its permissions and a new
+    // one gets the usual ones.
     struct stat existing {};
     mode_t mode = 0;
-    if (::stat(target_.c_str(), &existing) == 0) {
+    if (mode_) {
+        mode = *mode_;
+    } else if (::stat(target_.c_str(), &existing) == 0) {
         mode = existing.st_mode & 07777;
     } else {
         const mode_t mask = ::umask(0);

@@ -1,6 +1,9 @@
 #pragma once
 
+#include <optional>
 #include <string_view>
+
+#include <sys/types.h>
 
 #include <zel/file_io.h>
 
@@ -22,6 +25,9 @@ public:
 
     /// The stream that receives the new content.
     const zel::IIOPtr& Stream() const noexcept { return stream_; }
+    /// Gives the committed file `mode` (0600 for a secret, say) instead of
+    /// the replaced file's or the usual permissions.
+    void SetMode(mode_t mode) noexcept { mode_ = mode; }
     /// Appends bytes to the new content; throws Exception on failure.
     void Write(std::string_view bytes);
     /// Makes the new content the target's; throws Exception on failure.
@@ -31,6 +37,7 @@ private:
     Path target_;
     Path temporary_;
     zel::IIOPtr stream_;
+    std::optional<mode_t> mode_;
     bool committed_ = false;
 };
 

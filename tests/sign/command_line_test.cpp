@@ -17,7 +17,8 @@ TEST(SignCommandLineTest, HelpListsEveryForm)
     EXPECT_EQ(result.exitStatus, 0);
     for (const char* form :
          {"integrity_sign --type lum|lum-with-filename|vorn2 --key KEY",
-          "integrity_sign --make-crl --ca-cert", "integrity_sign --make-container --root"}) {
+          "integrity_sign --make-crl --ca-cert", "integrity_sign --make-container --root",
+          "integrity_sign --gen-key gost256|gost512 [--paramset A|B|C|D] --output KEY"}) {
         EXPECT_TRUE(Contains(result.out, form)) << form;
     }
     EXPECT_FALSE(Contains(result.out, "SUCCEEDED"));
@@ -48,6 +49,16 @@ TEST(SignCommandLineTest, UsageErrorsNameTheProblem)
         {{"--make-crl", "--ca-cert", cert, "--ca-key", key, "--days", "0", "--output", file},
          "Invalid number of days: 0"},
         {{"--make-container", "--root", cert, "--output", file}, "Give at least one CRL"},
+        {{"--type", "vorn2", "--key", key, "--cert", cert, file},
+         "Option --cert can't be used with --type vorn2"},
+        {{"--type", "vorn2", "--key", key, "--digest", "sha256", file},
+         "Option --digest can't be used with --type vorn2"},
+        {{"--gen-key", "rsa", "--output", file}, "Unknown key type: rsa"},
+        {{"--gen-key", "gost256", "--output", file, "--pubout", file},
+         "--pubout must name another file"},
+        {{"--gen-key", "gost256", "--output", file, "--key", key},
+         "Option --key can't be used with --gen-key"},
+        {{"--gen-key", "gost256", "--output", file, file}, "--gen-key takes no FILE"},
     };
     for (const auto& usage : cases) {
         SCOPED_TRACE(usage.message);
