@@ -15,10 +15,9 @@ kLqfzGaAeYFs8HA=
 -----END CERTIFICATE-----
 )";
 
+#include <lum/format.h>
 #include <openssl/pem.h>
 #include <openssl/x509.h>
-
-#include <lum/format.h>
 
 /// The root as DER.
 inline crypto::lum::Bytes LumFuzzRootDer()

@@ -1,11 +1,10 @@
 // Arbitrary bytes as a "lum" signed object, verified against the fuzz root.
+#include "lum_fuzz_root.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
-
 #include <lum/service.h>
-
-#include "lum_fuzz_root.h"
 
 namespace {
 
@@ -18,14 +17,14 @@ public:
 crypto::lum::ILumSignatureVerifierPtr MakeVerifier()
 {
     crypto::lum::ILumSignatureVerifierPtr verifier;
-    if (crypto::lum::LumCreateVerifier(zel::MakeIntrusive<NullTracer>(), {LumFuzzRootDer()}, {}, verifier) !=
-        zel::kOk) {
+    if (crypto::lum::LumCreateVerifier(zel::MakeIntrusive<NullTracer>(), {LumFuzzRootDer()}, {},
+                                       verifier) != zel::kOk) {
         std::abort();
     }
     return verifier;
 }
 
-}  // namespace
+} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
@@ -42,8 +41,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         std::abort();
     }
     // A good signature is trusted and covers bytes that lie inside the object.
-    if (plain == lumOk && ((flags & flags::kTrusted) == 0 || result->GetCheckedContentSize(&contentSize) != lumOk ||
-                           contentSize >= size)) {
+    if (plain == lumOk &&
+        ((flags & flags::kTrusted) == 0 || result->GetCheckedContentSize(&contentSize) != lumOk ||
+         contentSize >= size)) {
         std::abort();
     }
     verifier->VerifyObjectWithAdditionalContent(object, FileNameAttributeOid(), fileName, result);

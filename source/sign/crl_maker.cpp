@@ -64,9 +64,9 @@ Asn1IntegerPtr SerialToInteger(const std::string& digits)
     return integer;
 }
 
-Asn1TimePtr TimeFromNow(int days)
+Asn1TimePtr TimeAfter(std::time_t start, int days)
 {
-    Asn1TimePtr time(X509_time_adj_ex(nullptr, days, 0, nullptr));
+    Asn1TimePtr time(X509_time_adj_ex(nullptr, days, 0, &start));
     if (!time) {
         Fail();
     }
@@ -123,8 +123,10 @@ X509CrlPtr CrlMaker::Make(const std::vector<std::string>& serials, int days) con
     }
 
     X509CrlPtr crl(X509_CRL_new());
-    const Asn1TimePtr now = TimeFromNow(0);
-    const Asn1TimePtr next = TimeFromNow(days);
+    // One clock reading, so that the next update is exactly `days` later.
+    const std::time_t start = std::time(nullptr);
+    const Asn1TimePtr now = TimeAfter(start, 0);
+    const Asn1TimePtr next = TimeAfter(start, days);
     if (!crl || X509_CRL_set_version(crl.get(), X509_CRL_VERSION_2) != 1 ||
         X509_CRL_set_issuer_name(crl.get(), X509_get_subject_name(certificate_.get())) != 1 ||
         X509_CRL_set1_lastUpdate(crl.get(), now.get()) != 1 ||

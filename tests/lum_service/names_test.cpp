@@ -1,5 +1,4 @@
 #include <gtest/gtest.h>
-
 #include <lum/flags.h>
 #include <lum/result.h>
 #include <lum/service.h>
@@ -25,11 +24,14 @@ TEST(VerificationFlagsTest, RendersNamesInBitOrder)
 {
     EXPECT_EQ(VerificationFlagsToString(0), "None");
     EXPECT_EQ(VerificationFlagsToString(0x3), "Signed|Trusted");
-    EXPECT_EQ(VerificationFlagsToString(flags::kRevoked | flags::kSigned | flags::kExpired), "Signed|Revoked|Expired");
+    EXPECT_EQ(VerificationFlagsToString(flags::kRevoked | flags::kSigned | flags::kExpired),
+              "Signed|Revoked|Expired");
     EXPECT_EQ(VerificationFlagsToString(0xFFF3F),
               "Signed|Trusted|Embedded|Catalog|RevocationCheckSkipped|CounterSignatureUsed|"
-              "SignatureValueNotMatched|MalformedContent|IncompleteChain|Revoked|Expired|InvalidExtension|"
-              "UnconsumedCriticalExtension|InvalidUsage|InvalidIssuer|InvalidBasicContraints|InvalidPurpose|"
+              "SignatureValueNotMatched|MalformedContent|IncompleteChain|Revoked|Expired|"
+              "InvalidExtension|"
+              "UnconsumedCriticalExtension|InvalidUsage|InvalidIssuer|InvalidBasicContraints|"
+              "InvalidPurpose|"
               "InvalidCertificateSign");
 }
 
@@ -47,5 +49,5 @@ TEST(GostVersionTest, GivesTheFixedTagAndRefusesNull)
     EXPECT_STREQ(version, "<crypto_pro:ver:1.0.1>");
 }
 
-}  // namespace
-}  // namespace crypto::lum
+} // namespace
+} // namespace crypto::lum

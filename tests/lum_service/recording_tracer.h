@@ -2,7 +2,6 @@
 
 #include <string>
 #include <vector>
-
 #include <zel/tracer.h>
 
 namespace crypto::lum::test {
@@ -39,4 +38,4 @@ public:
     std::vector<std::string> lines;
 };
 
-}  // namespace crypto::lum::test
+} // namespace crypto::lum::test

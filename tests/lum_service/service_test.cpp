@@ -1,9 +1,8 @@
-#include <gtest/gtest.h>
-
-#include <lum/service/lum_service.h>
-
 #include "lum_service/recording_tracer.h"
 #include "support/pki.h"
+
+#include <gtest/gtest.h>
+#include <lum/service/lum_service.h>
 
 namespace crypto::lum::service {
 namespace {
@@ -104,7 +103,8 @@ protected:
 TEST_F(LumServiceTest, VerifiesWithTrustedAndOptionalTestRoots)
 {
     ASSERT_EQ(Create(), zel::kOk) << tracer_->All();
-    EXPECT_TRUE(tracer_->Contains("classId=42, creationOptions=CreateVerifierOptions::RevocationDatabaseIsRequired"));
+    EXPECT_TRUE(tracer_->Contains(
+        "classId=42, creationOptions=CreateVerifierOptions::RevocationDatabaseIsRequired"));
     EXPECT_TRUE(tracer_->Contains("TestRootHandlingPolicyFlags: None"));
     EXPECT_TRUE(tracer_->Contains("Loaded revocation database with hierarchy=0500, issuedDate="));
     EXPECT_TRUE(tracer_->Contains("1 database(s) loaded"));
@@ -120,7 +120,8 @@ TEST_F(LumServiceTest, VerifiesWithTrustedAndOptionalTestRoots)
         return value;
     };
     const Bytes content = pki::ToBlob("content");
-    EXPECT_EQ(flagsOf(trusted_->Sign(content)), flags::kSigned | flags::kTrusted | flags::kEmbedded);
+    EXPECT_EQ(flagsOf(trusted_->Sign(content)),
+              flags::kSigned | flags::kTrusted | flags::kEmbedded);
     EXPECT_EQ(flagsOf(test_->Sign(content)),
               flags::kSigned | flags::kTrusted | flags::kEmbedded | flags::kRevocationCheckSkipped);
 }
@@ -129,12 +130,15 @@ TEST_F(LumServiceTest, PolicyAndOptionsDecideWhichDatabasesMustExist)
 {
     roots_->policy = kCrlMustExist;
     EXPECT_EQ(Create(), zel::kFail);
-    EXPECT_TRUE(tracer_->Contains("Required revocation database with hierarchy=0600 is absent; LumResult=lumErrRdbAbsent"))
+    EXPECT_TRUE(tracer_->Contains(
+        "Required revocation database with hierarchy=0600 is absent; LumResult=lumErrRdbAbsent"))
         << tracer_->All();
     EXPECT_TRUE(tracer_->Contains("failed to get revocation checker ("));
 
     // Optional databases: nothing is required, even under the policy.
-    EXPECT_EQ(Create(static_cast<std::uint32_t>(CreateVerifierOptions::RevocationDatabaseIsOptional)), zel::kOk);
+    EXPECT_EQ(
+        Create(static_cast<std::uint32_t>(CreateVerifierOptions::RevocationDatabaseIsOptional)),
+        zel::kOk);
 
     crl_->container = BuildContainer({{trusted_->HierarchyId(), trusted_->Crl({})},
                                       {test_->HierarchyId(), test_->Crl({})},
@@ -155,8 +159,9 @@ TEST_F(LumServiceTest, RefusesBadOptionsAndMissingRoots)
 
     roots_->trusted = {pki::ToBlob("junk")};
     EXPECT_EQ(Create(), zel::kFail);
-    EXPECT_TRUE(tracer_->Contains("AsndParseAndValidateCertificate() failed. Certificate size=4, CertificateBody=6A756E6B"));
+    EXPECT_TRUE(tracer_->Contains(
+        "AsndParseAndValidateCertificate() failed. Certificate size=4, CertificateBody=6A756E6B"));
 }
 
-}  // namespace
-}  // namespace crypto::lum::service
+} // namespace
+} // namespace crypto::lum::service

@@ -1,16 +1,13 @@
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <optional>
-
-#include <openssl/sha.h>
-#include <openssl/x509.h>
-
-#include <lum/format.h>
-#include <lum/service.h>
-
 #include "lum_service/recording_tracer.h"
 #include "support/pki.h"
+
+#include <algorithm>
+#include <gtest/gtest.h>
+#include <lum/format.h>
+#include <lum/service.h>
+#include <openssl/sha.h>
+#include <openssl/x509.h>
+#include <optional>
 
 namespace crypto::lum {
 namespace {
@@ -42,7 +39,8 @@ protected:
     static const Hierarchy& Regular() { return *regular_; }
     static const Hierarchy& Other() { return *other_; }
 
-    ILumSignatureVerifierPtr MakeVerifier(const std::vector<Bytes>& roots, const Bytes& container = {})
+    ILumSignatureVerifierPtr MakeVerifier(const std::vector<Bytes>& roots,
+                                          const Bytes& container = {})
     {
         ILumSignatureVerifierPtr verifier;
         const zel::Result created = LumCreateVerifier(tracer_, roots, container, verifier);
@@ -51,9 +49,11 @@ protected:
     }
 
     /// Verifies against the regular root alone unless told otherwise.
-    Outcome Verify(const Bytes& object, const std::vector<Bytes>& roots = {}, const Bytes& container = {})
+    Outcome Verify(const Bytes& object, const std::vector<Bytes>& roots = {},
+                   const Bytes& container = {})
     {
-        const ILumSignatureVerifierPtr verifier = MakeVerifier(roots.empty() ? RegularRoots() : roots, container);
+        const ILumSignatureVerifierPtr verifier =
+            MakeVerifier(roots.empty() ? RegularRoots() : roots, container);
         ILumSignatureVerificationResultPtr result;
         Outcome outcome;
         outcome.result = verifier->VerifyObject(object, result);
@@ -65,8 +65,8 @@ protected:
         const ILumSignatureVerifierPtr verifier = MakeVerifier(RegularRoots());
         ILumSignatureVerificationResultPtr result;
         Outcome outcome;
-        outcome.result =
-            verifier->VerifyObjectWithAdditionalContent(object, FileNameAttributeOid(), FileNameToBmp(name), result);
+        outcome.result = verifier->VerifyObjectWithAdditionalContent(object, FileNameAttributeOid(),
+                                                                     FileNameToBmp(name), result);
         return Read(outcome, result);
     }
 
@@ -89,7 +89,8 @@ protected:
     static void ExpectMalformed(const Outcome& outcome, const std::string& what)
     {
         EXPECT_NE(outcome.result, lumOk) << what;
-        EXPECT_TRUE(outcome.Has(flags::kMalformedContent)) << what << ": " << VerificationFlagsToString(outcome.flags);
+        EXPECT_TRUE(outcome.Has(flags::kMalformedContent))
+            << what << ": " << VerificationFlagsToString(outcome.flags);
         EXPECT_FALSE(outcome.Has(flags::kTrusted)) << what;
     }
 
@@ -105,7 +106,8 @@ TEST_F(LumVerifierTest, AcceptsAGoodSignatureAndReportsTheContentSize)
 {
     const Outcome outcome = Verify(Regular().Sign(content_));
     EXPECT_EQ(outcome.result, lumOk);
-    EXPECT_EQ(outcome.flags, flags::kSigned | flags::kTrusted | flags::kEmbedded | flags::kRevocationCheckSkipped)
+    EXPECT_EQ(outcome.flags,
+              flags::kSigned | flags::kTrusted | flags::kEmbedded | flags::kRevocationCheckSkipped)
         << VerificationFlagsToString(outcome.flags);
     EXPECT_EQ(outcome.contentSize, content_.size());
 
@@ -122,25 +124,22 @@ TEST_F(LumVerifierTest, AcceptsOtherDigestsAndKeyTypesAndEmptyContent)
         pki::Key::Type keyType;
         std::string digest;
     };
-    for (const Case& each : {Case{pki::Key::Type::P384, "SHA384"}, Case{pki::Key::Type::Rsa2048, "SHA512"},
-                             Case{pki::Key::Type::P256, "SHA512"}}) {
+    for (const Case& each :
+         {Case{pki::Key::Type::P384, "SHA384"}, Case{pki::Key::Type::Rsa2048, "SHA512"},
+          Case{pki::Key::Type::P256, "SHA512"}}) {
         const pki::Key key = pki::Key::Generate(each.keyType);
         const pki::Certificate leaf = Regular().IssueLeaf(pki::LeafOptions("Signer", 150), key);
         pki::SignOptions options;
         options.digest = each.digest;
-        EXPECT_EQ(Verify(pki::SignLum(content_, leaf, key, {Regular().intermediate}, options)).result, lumOk)
-            << each.digest << " " << static_cast<int>(each.keyType) << "\n" << tracer_->All();
+        EXPECT_EQ(
+            Verify(pki::SignLum(content_, leaf, key, {Regular().intermediate}, options)).result,
+            lumOk)
+            << each.digest << " " << static_cast<int>(each.keyType) << "\n"
+            << tracer_->All();
     }
     const Outcome empty = Verify(Regular().Sign({}));
     EXPECT_EQ(empty.result, lumOk);
     EXPECT_EQ(empty.contentSize, 0u);
-}
-
-TEST_F(LumVerifierTest, RefusesWeakDigests)
-{
-    pki::SignOptions options;
-    options.digest = "SHA1";
-    ExpectMalformed(Verify(Regular().Sign(content_, options)), "SHA-1");
 }
 
 TEST_F(LumVerifierTest, RefusesObjectsWithoutAWellFormedSignature)
@@ -153,10 +152,11 @@ TEST_F(LumVerifierTest, RefusesObjectsWithoutAWellFormedSignature)
     EXPECT_FALSE(plain.contentSize);
     ExpectMalformed(Verify({}), "empty object");
 
-    for (const std::size_t cut : {std::size_t{1}, std::size_t{5}, kTrailerSize, signedFile.size() - content_.size(),
-                                  signedFile.size() - 1}) {
-        ExpectMalformed(Verify(Bytes(signedFile.begin(), signedFile.end() - static_cast<std::ptrdiff_t>(cut))),
-                        "cut " + std::to_string(cut));
+    for (const std::size_t cut : {std::size_t{1}, std::size_t{5}, kTrailerSize,
+                                  signedFile.size() - content_.size(), signedFile.size() - 1}) {
+        ExpectMalformed(
+            Verify(Bytes(signedFile.begin(), signedFile.end() - static_cast<std::ptrdiff_t>(cut))),
+            "cut " + std::to_string(cut));
     }
     Bytes appended = signedFile;
     appended.push_back(0);
@@ -164,10 +164,12 @@ TEST_F(LumVerifierTest, RefusesObjectsWithoutAWellFormedSignature)
 
     // Lengths pointing past the start, at nothing, or into the content.
     for (const std::uint32_t length :
-         {0xFFFFFFFFu, static_cast<std::uint32_t>(signedFile.size()), 0u, static_cast<std::uint32_t>(signedFile.size() - kTrailerSize - 1)}) {
+         {0xFFFFFFFFu, static_cast<std::uint32_t>(signedFile.size()), 0u,
+          static_cast<std::uint32_t>(signedFile.size() - kTrailerSize - 1)}) {
         Bytes changed = signedFile;
         const auto trailer = MakeTrailer(length);
-        std::copy(trailer.begin(), trailer.end(), changed.end() - static_cast<std::ptrdiff_t>(kTrailerSize));
+        std::copy(trailer.begin(), trailer.end(),
+                  changed.end() - static_cast<std::ptrdiff_t>(kTrailerSize));
         const Outcome outcome = Verify(changed);
         ExpectMalformed(outcome, "length " + std::to_string(length));
     }
@@ -176,10 +178,11 @@ TEST_F(LumVerifierTest, RefusesObjectsWithoutAWellFormedSignature)
     EXPECT_EQ(Verify(onlyTrailer).result, lumErrInvalidFormat);
 }
 
-TEST_F(LumVerifierTest, RefusesSignaturesThatAreNotDetachedSignedData)
+TEST_F(LumVerifierTest, RefusesSignaturesOtherThanDetachedSignedDataWithAStrongDigest)
 {
     // The DER must end exactly at the trailer.
-    const Bytes der = pki::SignCms(content_, Regular().leaf, Regular().leafKey, {Regular().intermediate});
+    const Bytes der =
+        pki::SignCms(content_, Regular().leaf, Regular().leafKey, {Regular().intermediate});
     Bytes padded = content_;
     padded.insert(padded.end(), der.begin(), der.end());
     padded.push_back(0);
@@ -190,6 +193,10 @@ TEST_F(LumVerifierTest, RefusesSignaturesThatAreNotDetachedSignedData)
     pki::SignOptions attached;
     attached.detached = false;
     ExpectMalformed(Verify(Regular().Sign(content_, attached)), "embedded content");
+
+    pki::SignOptions sha1;
+    sha1.digest = "SHA1";
+    ExpectMalformed(Verify(Regular().Sign(content_, sha1)), "SHA-1");
 }
 
 TEST_F(LumVerifierTest, ReportsChainFailuresAsFlags)
@@ -198,22 +205,41 @@ TEST_F(LumVerifierTest, ReportsChainFailuresAsFlags)
     const auto leafWith = [&](auto change) {
         pki::CertificateOptions options = pki::LeafOptions("Signer", 160);
         change(options);
-        return pki::SignLum(content_, Regular().IssueLeaf(options, key), key, {Regular().intermediate});
+        return pki::SignLum(content_, Regular().IssueLeaf(options, key), key,
+                            {Regular().intermediate});
     };
+    // An intermediate without CA:TRUE.
+    pki::CertificateOptions notCa = pki::LeafOptions("Not a CA", 170);
+    notCa.keyUsage = "critical,keyCertSign,digitalSignature";
+    const pki::Key notCaKey = pki::Key::Generate();
+    const pki::Certificate notCaCertificate =
+        pki::IssueCertificate(notCa, notCaKey, &Regular().root, Regular().rootKey);
+    const pki::Certificate belowNotCa =
+        pki::IssueCertificate(pki::LeafOptions("Signer", 171), key, &notCaCertificate, notCaKey);
+
     struct Case {
         std::string name;
         Bytes object;
         std::uint32_t expected;
     };
     const std::vector<Case> cases{
-        {"expired", leafWith([](auto& o) { o.notBeforeDays = -20; o.notAfterDays = -10; }), flags::kExpired},
+        {"intermediate not a CA", pki::SignLum(content_, belowNotCa, key, {notCaCertificate}),
+         flags::kInvalidBasicContraints},
+        {"expired", leafWith([](auto& o) {
+             o.notBeforeDays = -20;
+             o.notAfterDays = -10;
+         }),
+         flags::kExpired},
         {"not yet valid", leafWith([](auto& o) { o.notBeforeDays = 10; }), flags::kExpired},
-        {"no code signing", leafWith([](auto& o) { o.extendedKeyUsage = "serverAuth"; }), flags::kInvalidPurpose},
-        {"no extended key usage", leafWith([](auto& o) { o.extendedKeyUsage.clear(); }), flags::kInvalidPurpose},
+        {"no code signing", leafWith([](auto& o) { o.extendedKeyUsage = "serverAuth"; }),
+         flags::kInvalidPurpose},
+        {"no extended key usage", leafWith([](auto& o) { o.extendedKeyUsage.clear(); }),
+         flags::kInvalidPurpose},
         {"no digitalSignature", leafWith([](auto& o) { o.keyUsage = "critical,keyEncipherment"; }),
          flags::kInvalidUsage},
-        {"unknown critical extension",
-         leafWith([](auto& o) { o.extraExtensions.push_back({"1.3.6.1.4.1.32473.99", "critical,DER:05:00"}); }),
+        {"unknown critical extension", leafWith([](auto& o) {
+             o.extraExtensions.push_back({"1.3.6.1.4.1.32473.99", "critical,DER:05:00"});
+         }),
          flags::kUnconsumedCriticalExtension},
         {"intermediate missing", pki::SignLum(content_, Regular().leaf, Regular().leafKey, {}),
          flags::kIncompleteChain},
@@ -228,20 +254,6 @@ TEST_F(LumVerifierTest, ReportsChainFailuresAsFlags)
     }
 }
 
-TEST_F(LumVerifierTest, RefusesAnIntermediateThatIsNotACa)
-{
-    const pki::Key intermediateKey = pki::Key::Generate();
-    pki::CertificateOptions options = pki::LeafOptions("Not a CA", 170);
-    options.keyUsage = "critical,keyCertSign,digitalSignature";
-    const pki::Certificate intermediate =
-        pki::IssueCertificate(options, intermediateKey, &Regular().root, Regular().rootKey);
-    const pki::Key leafKey = pki::Key::Generate();
-    const pki::Certificate leaf =
-        pki::IssueCertificate(pki::LeafOptions("Signer", 171), leafKey, &intermediate, intermediateKey);
-    const Outcome outcome = Verify(pki::SignLum(content_, leaf, leafKey, {intermediate}));
-    EXPECT_TRUE(outcome.Has(flags::kInvalidBasicContraints)) << VerificationFlagsToString(outcome.flags);
-}
-
 TEST_F(LumVerifierTest, FindsRevokedCertificatesInTheirHierarchyOnly)
 {
     const std::vector<Bytes> roots{Regular().root.ToDer(), Other().root.ToDer()};
@@ -254,16 +266,19 @@ TEST_F(LumVerifierTest, FindsRevokedCertificatesInTheirHierarchyOnly)
     const std::uint64_t intermediateSerial = 101;
     const std::uint64_t leafSerial = 102;
 
-    const Outcome leaf = Verify(Regular().Sign(content_), roots, containerRevoking({leafSerial}, {999}));
+    const Outcome leaf =
+        Verify(Regular().Sign(content_), roots, containerRevoking({leafSerial}, {999}));
     EXPECT_EQ(leaf.result, lumErrUntrusted);
-    EXPECT_TRUE(leaf.Has(flags::kSigned | flags::kRevoked)) << VerificationFlagsToString(leaf.flags);
+    EXPECT_TRUE(leaf.Has(flags::kSigned | flags::kRevoked))
+        << VerificationFlagsToString(leaf.flags);
 
-    const Outcome intermediate = Verify(Regular().Sign(content_), roots, containerRevoking({intermediateSerial}, {999}));
+    const Outcome intermediate =
+        Verify(Regular().Sign(content_), roots, containerRevoking({intermediateSerial}, {999}));
     EXPECT_TRUE(intermediate.Has(flags::kRevoked)) << VerificationFlagsToString(intermediate.flags);
 
     // The same serial in another hierarchy's database revokes nothing here.
-    const Outcome elsewhere =
-        Verify(Regular().Sign(content_), roots, containerRevoking({999}, {leafSerial, intermediateSerial}));
+    const Outcome elsewhere = Verify(Regular().Sign(content_), roots,
+                                     containerRevoking({999}, {leafSerial, intermediateSerial}));
     EXPECT_EQ(elsewhere.result, lumOk) << VerificationFlagsToString(elsewhere.flags);
     EXPECT_FALSE(elsewhere.Has(flags::kRevocationCheckSkipped));
 }
@@ -277,7 +292,8 @@ TEST_F(LumVerifierTest, BindsTheFileNameAttribute)
     const Outcome match = VerifyWithName(signedFile, "manifest.xml");
     EXPECT_EQ(match.result, lumOk);
     EXPECT_TRUE(match.Has(flags::kTrusted));
-    EXPECT_EQ(Verify(signedFile).result, lumOk) << "an extra signed attribute is fine for plain lum";
+    EXPECT_EQ(Verify(signedFile).result, lumOk)
+        << "an extra signed attribute is fine for plain lum";
 
     const Outcome renamed = VerifyWithName(signedFile, "manifest.xm");
     EXPECT_EQ(renamed.result, lumErrNotMatched);
@@ -290,10 +306,12 @@ TEST_F(LumVerifierTest, BindsTheFileNameAttribute)
 
     pki::SignOptions otherOid = named;
     otherOid.fileNameOid = "1.3.6.1.4.1.32473.1800.1.1.2";
-    EXPECT_EQ(VerifyWithName(Regular().Sign(content_, otherOid), "manifest.xml").result, lumErrNotMatched);
+    EXPECT_EQ(VerifyWithName(Regular().Sign(content_, otherOid), "manifest.xml").result,
+              lumErrNotMatched);
 
     ILumSignatureVerificationResultPtr result;
-    EXPECT_EQ(MakeVerifier(RegularRoots())->VerifyObjectWithAdditionalContent(signedFile, "not an oid", {}, result),
+    EXPECT_EQ(MakeVerifier(RegularRoots())
+                  ->VerifyObjectWithAdditionalContent(signedFile, "not an oid", {}, result),
               lumErrInvalidArgument);
 }
 
@@ -311,13 +329,17 @@ TEST_F(LumVerifierTest, CreationTracesWhyItFails)
     verifier.reset();
     EXPECT_EQ(LumCreateVerifier(tracer_, RegularRoots(), onlyOther, verifier), zel::kFail);
     EXPECT_FALSE(verifier);
-    EXPECT_TRUE(tracer_->Contains("300 Required revocation database is absent. Index=0, Data=64; LumResult=lumErrRdbAbsent"))
+    EXPECT_TRUE(tracer_->Contains(
+        "300 Required revocation database is absent. Index=0, Data=64; LumResult=lumErrRdbAbsent"))
         << tracer_->All();
-    EXPECT_TRUE(tracer_->Contains("300 LumCreateRevocationChecker() failed; LumResult=lumErrRdbAbsent"));
+    EXPECT_TRUE(
+        tracer_->Contains("300 LumCreateRevocationChecker() failed; LumResult=lumErrRdbAbsent"));
 
-    EXPECT_EQ(LumCreateVerifier(tracer_, {pki::ToBlob("not a certificate")}, {}, verifier), zel::kFail);
-    EXPECT_TRUE(tracer_->Contains("LumCreateRevocationChecker() failed; LumResult=lumErrInvalidFormat"));
+    EXPECT_EQ(LumCreateVerifier(tracer_, {pki::ToBlob("not a certificate")}, {}, verifier),
+              zel::kFail);
+    EXPECT_TRUE(
+        tracer_->Contains("LumCreateRevocationChecker() failed; LumResult=lumErrInvalidFormat"));
 }
 
-}  // namespace
-}  // namespace crypto::lum
+} // namespace
+} // namespace crypto::lum

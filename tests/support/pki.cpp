@@ -1,7 +1,6 @@
 #include "support/pki.h"
 
-#include <stdexcept>
-
+#include <lum/format.h>
 #include <openssl/bio.h>
 #include <openssl/bn.h>
 #include <openssl/cms.h>
@@ -12,8 +11,7 @@
 #include <openssl/rsa.h>
 #include <openssl/x509.h>
 #include <openssl/x509v3.h>
-
-#include <lum/format.h>
+#include <stdexcept>
 
 namespace integrity_check_tool::test::pki {
 
@@ -27,8 +25,7 @@ namespace {
     throw std::runtime_error("pki: " + what + ": " + detail);
 }
 
-template <class T>
-T* Check(T* pointer, const char* what)
+template <class T> T* Check(T* pointer, const char* what)
 {
     if (pointer == nullptr) {
         Fail(what);
@@ -54,7 +51,8 @@ BioPtr ReadBio(const void* data, std::size_t size)
 {
     static const char kNothing = 0;
     data = size == 0 ? &kNothing : data;
-    return BioPtr(Check(BIO_new_mem_buf(data, static_cast<int>(size)), "BIO_new_mem_buf"), BIO_free);
+    return BioPtr(Check(BIO_new_mem_buf(data, static_cast<int>(size)), "BIO_new_mem_buf"),
+                  BIO_free);
 }
 
 std::string BioText(BIO* bio)
@@ -64,8 +62,7 @@ std::string BioText(BIO* bio)
     return std::string(data, static_cast<std::size_t>(size));
 }
 
-template <class T, int (*Encode)(const T*, unsigned char**)>
-Blob ToDerOf(const T* object)
+template <class T, int (*Encode)(const T*, unsigned char**)> Blob ToDerOf(const T* object)
 {
     const int size = Encode(object, nullptr);
     Check(size, "i2d");
@@ -86,7 +83,8 @@ const EVP_MD* SigningDigest(const Key& key)
     return EVP_PKEY_get_id(key.get()) == EVP_PKEY_ED25519 ? nullptr : EVP_sha256();
 }
 
-void AddExtension(X509* certificate, X509V3_CTX& context, const std::string& name, const std::string& value)
+void AddExtension(X509* certificate, X509V3_CTX& context, const std::string& name,
+                  const std::string& value)
 {
     if (value.empty()) {
         return;
@@ -103,7 +101,7 @@ ASN1_TIME* Adjust(ASN1_TIME* time, int days)
     return Check(X509_time_adj_ex(time, days, 0, nullptr), "X509_time_adj_ex");
 }
 
-}  // namespace
+} // namespace
 
 Key Key::Generate(Type type)
 {
@@ -135,7 +133,8 @@ Key Key::FromPem(const std::string& pem)
 std::string Key::ToPem() const
 {
     const BioPtr bio = MemoryBio();
-    Check(PEM_write_bio_PrivateKey(bio.get(), key_.get(), nullptr, nullptr, 0, nullptr, nullptr), "PEM key");
+    Check(PEM_write_bio_PrivateKey(bio.get(), key_.get(), nullptr, nullptr, 0, nullptr, nullptr),
+          "PEM key");
     return BioText(bio.get());
 }
 
@@ -191,18 +190,21 @@ CertificateOptions LeafOptions(const std::string& commonName, std::uint64_t seri
     return options;
 }
 
-Certificate IssueCertificate(const CertificateOptions& options, const Key& subjectKey, const Certificate* issuer,
-                             const Key& issuerKey)
+Certificate IssueCertificate(const CertificateOptions& options, const Key& subjectKey,
+                             const Certificate* issuer, const Key& issuerKey)
 {
     const auto certificate = Own(Check(X509_new(), "X509_new"));
     X509* raw = certificate.get();
     Check(X509_set_version(raw, 2), "X509_set_version");
     Check(ASN1_INTEGER_set_uint64(X509_get_serialNumber(raw), options.serial), "serial");
     X509_NAME* name = X509_get_subject_name(raw);
-    Check(X509_NAME_add_entry_by_txt(name, "CN", MBSTRING_UTF8,
-                                     reinterpret_cast<const unsigned char*>(options.commonName.c_str()), -1, -1, 0),
+    Check(X509_NAME_add_entry_by_txt(
+              name, "CN", MBSTRING_UTF8,
+              reinterpret_cast<const unsigned char*>(options.commonName.c_str()), -1, -1, 0),
           "subject");
-    Check(X509_set_issuer_name(raw, issuer != nullptr ? X509_get_subject_name(issuer->get()) : name), "issuer");
+    Check(
+        X509_set_issuer_name(raw, issuer != nullptr ? X509_get_subject_name(issuer->get()) : name),
+        "issuer");
     Adjust(X509_getm_notBefore(raw), options.notBeforeDays);
     Adjust(X509_getm_notAfter(raw), options.notAfterDays);
     Check(X509_set_pubkey(raw, subjectKey.get()), "X509_set_pubkey");
@@ -222,23 +224,25 @@ Certificate IssueCertificate(const CertificateOptions& options, const Key& subje
     return Certificate(certificate);
 }
 
-Blob MakeCrl(const Certificate& issuer, const Key& issuerKey, const std::vector<std::uint64_t>& revokedSerials,
-             int thisUpdateDays, int nextUpdateDays)
+Blob MakeCrl(const Certificate& issuer, const Key& issuerKey,
+             const std::vector<std::uint64_t>& revokedSerials, int thisUpdateDays,
+             int nextUpdateDays)
 {
-    const std::unique_ptr<X509_CRL, decltype(&X509_CRL_free)> crl(Check(X509_CRL_new(), "X509_CRL_new"),
-                                                                   X509_CRL_free);
+    const std::unique_ptr<X509_CRL, decltype(&X509_CRL_free)> crl(
+        Check(X509_CRL_new(), "X509_CRL_new"), X509_CRL_free);
     Check(X509_CRL_set_version(crl.get(), 1), "X509_CRL_set_version");
     Check(X509_CRL_set_issuer_name(crl.get(), X509_get_subject_name(issuer.get())), "CRL issuer");
-    const std::unique_ptr<ASN1_TIME, decltype(&ASN1_TIME_free)> time(Check(ASN1_TIME_new(), "ASN1_TIME_new"),
-                                                                     ASN1_TIME_free);
+    const std::unique_ptr<ASN1_TIME, decltype(&ASN1_TIME_free)> time(
+        Check(ASN1_TIME_new(), "ASN1_TIME_new"), ASN1_TIME_free);
     Check(X509_CRL_set1_lastUpdate(crl.get(), Adjust(time.get(), thisUpdateDays)), "lastUpdate");
     Check(X509_CRL_set1_nextUpdate(crl.get(), Adjust(time.get(), nextUpdateDays)), "nextUpdate");
     for (const std::uint64_t serial : revokedSerials) {
         X509_REVOKED* entry = Check(X509_REVOKED_new(), "X509_REVOKED_new");
         ASN1_INTEGER* number = ASN1_INTEGER_new();
-        const bool filled = number != nullptr && ASN1_INTEGER_set_uint64(number, serial) == 1 &&
-                            X509_REVOKED_set_serialNumber(entry, number) == 1 &&
-                            X509_REVOKED_set_revocationDate(entry, Adjust(time.get(), thisUpdateDays)) == 1;
+        const bool filled =
+            number != nullptr && ASN1_INTEGER_set_uint64(number, serial) == 1 &&
+            X509_REVOKED_set_serialNumber(entry, number) == 1 &&
+            X509_REVOKED_set_revocationDate(entry, Adjust(time.get(), thisUpdateDays)) == 1;
         ASN1_INTEGER_free(number);
         if (!filled || X509_CRL_add0_revoked(crl.get(), entry) != 1) {
             X509_REVOKED_free(entry);
@@ -255,19 +259,24 @@ Blob SignCms(std::span<const std::uint8_t> content, const Certificate& signer, c
 {
     const unsigned int mode = CMS_BINARY | (options.detached ? CMS_DETACHED : 0u);
     const std::unique_ptr<CMS_ContentInfo, decltype(&CMS_ContentInfo_free)> cms(
-        Check(CMS_sign(nullptr, nullptr, nullptr, nullptr, CMS_PARTIAL | mode), "CMS_sign"), CMS_ContentInfo_free);
+        Check(CMS_sign(nullptr, nullptr, nullptr, nullptr, CMS_PARTIAL | mode), "CMS_sign"),
+        CMS_ContentInfo_free);
     const bool ed25519 = EVP_PKEY_get_id(key.get()) == EVP_PKEY_ED25519;
     const EVP_MD* digest = EVP_get_digestbyname(ed25519 ? "SHA512" : options.digest.c_str());
     Check(digest, "digest");
-    CMS_SignerInfo* signerInfo = Check(
-        CMS_add1_signer(cms.get(), signer.get(), key.get(), digest,
-                        CMS_BINARY | (options.includeSignerCertificate ? 0u : static_cast<unsigned int>(CMS_NOCERTS))),
-        "CMS_add1_signer");
+    CMS_SignerInfo* signerInfo =
+        Check(CMS_add1_signer(cms.get(), signer.get(), key.get(), digest,
+                              CMS_BINARY | (options.includeSignerCertificate
+                                                ? 0u
+                                                : static_cast<unsigned int>(CMS_NOCERTS))),
+              "CMS_add1_signer");
     if (options.fileNameAttribute) {
-        const std::string oidText = options.fileNameOid.empty() ? crypto::lum::FileNameAttributeOid() : options.fileNameOid;
+        const std::string oidText =
+            options.fileNameOid.empty() ? crypto::lum::FileNameAttributeOid() : options.fileNameOid;
         const std::unique_ptr<ASN1_OBJECT, decltype(&ASN1_OBJECT_free)> oid(
             Check(OBJ_txt2obj(oidText.c_str(), 1), "OBJ_txt2obj"), ASN1_OBJECT_free);
-        Check(CMS_signed_add1_attr_by_OBJ(signerInfo, oid.get(), V_ASN1_BMPSTRING, options.fileNameAttribute->data(),
+        Check(CMS_signed_add1_attr_by_OBJ(signerInfo, oid.get(), V_ASN1_BMPSTRING,
+                                          options.fileNameAttribute->data(),
                                           static_cast<int>(options.fileNameAttribute->size())),
               "file-name attribute");
     }
@@ -293,13 +302,14 @@ Blob SignLum(std::span<const std::uint8_t> content, const Certificate& signer, c
 Hierarchy Hierarchy::Make(const std::string& name, std::uint64_t firstSerial)
 {
     const Key rootKey = Key::Generate();
-    const Certificate root = IssueCertificate(CaOptions(name + " Root", firstSerial), rootKey, nullptr, rootKey);
+    const Certificate root =
+        IssueCertificate(CaOptions(name + " Root", firstSerial), rootKey, nullptr, rootKey);
     const Key intermediateKey = Key::Generate();
-    const Certificate intermediate =
-        IssueCertificate(CaOptions(name + " Intermediate", firstSerial + 1), intermediateKey, &root, rootKey);
+    const Certificate intermediate = IssueCertificate(
+        CaOptions(name + " Intermediate", firstSerial + 1), intermediateKey, &root, rootKey);
     const Key leafKey = Key::Generate();
-    const Certificate leaf =
-        IssueCertificate(LeafOptions(name + " Signer", firstSerial + 2), leafKey, &intermediate, intermediateKey);
+    const Certificate leaf = IssueCertificate(LeafOptions(name + " Signer", firstSerial + 2),
+                                              leafKey, &intermediate, intermediateKey);
     return Hierarchy{rootKey, root, intermediateKey, intermediate, leafKey, leaf};
 }
 
@@ -321,7 +331,8 @@ Blob Hierarchy::Crl(const std::vector<std::uint64_t>& serials) const
 Blob Hierarchy::HierarchyId() const
 {
     const ASN1_INTEGER* serial = X509_get0_serialNumber(root.get());
-    std::unique_ptr<BIGNUM, decltype(&BN_free)> number(Check(ASN1_INTEGER_to_BN(serial, nullptr), "serial"), BN_free);
+    std::unique_ptr<BIGNUM, decltype(&BN_free)> number(
+        Check(ASN1_INTEGER_to_BN(serial, nullptr), "serial"), BN_free);
     Blob bytes(static_cast<std::size_t>(BN_num_bytes(number.get())));
     BN_bn2bin(number.get(), bytes.data());
     return bytes;
@@ -332,4 +343,4 @@ Blob ToBlob(std::string_view text)
     return Blob(text.begin(), text.end());
 }
 
-}  // namespace integrity_check_tool::test::pki
+} // namespace integrity_check_tool::test::pki

@@ -1,16 +1,15 @@
 #pragma once
 
+#include "types.h"
+
 #include <cstdint>
 #include <memory>
+#include <openssl/types.h>
 #include <optional>
 #include <span>
 #include <string>
 #include <utility>
 #include <vector>
-
-#include <openssl/types.h>
-
-#include "types.h"
 
 /// Test material made at run time with OpenSSL: keys, certificates, CRLs,
 /// "lum" signed files and revocation containers. Failures throw std::runtime_error.
@@ -43,7 +42,9 @@ private:
 class Certificate {
 public:
     /// Wraps an owned certificate.
-    explicit Certificate(std::shared_ptr<X509> certificate) : certificate_(std::move(certificate)) {}
+    explicit Certificate(std::shared_ptr<X509> certificate) : certificate_(std::move(certificate))
+    {
+    }
     /// Parses DER (or PEM); throws when it does not parse.
     static Certificate FromDer(std::span<const std::uint8_t> der);
     static Certificate FromPem(const std::string& pem);
@@ -83,18 +84,19 @@ Certificate IssueCertificate(const CertificateOptions& options, const Key& subje
 
 /// A DER X.509 v2 CRL issued by `issuer`, signed with `issuerKey`, listing
 /// `revokedSerials`; thisUpdate and nextUpdate are relative to now, in days.
-Blob MakeCrl(const Certificate& issuer, const Key& issuerKey, const std::vector<std::uint64_t>& revokedSerials,
-             int thisUpdateDays = -1, int nextUpdateDays = 30);
+Blob MakeCrl(const Certificate& issuer, const Key& issuerKey,
+             const std::vector<std::uint64_t>& revokedSerials, int thisUpdateDays = -1,
+             int nextUpdateDays = 30);
 
 /// How SignLum builds the CMS.
 struct SignOptions {
-    std::string digest = "SHA256";  ///< ignored for Ed25519 keys, which use SHA-512
+    std::string digest = "SHA256"; ///< ignored for Ed25519 keys, which use SHA-512
     /// BMPString bytes of the file-name attribute (FileNameToBmp); none when absent.
     std::optional<Blob> fileNameAttribute;
     /// OID of that attribute; the build's FileNameAttributeOid() when empty.
     std::string fileNameOid;
     bool includeSignerCertificate = true;
-    bool detached = true;  ///< false embeds the content (not a valid "lum" signature)
+    bool detached = true; ///< false embeds the content (not a valid "lum" signature)
 };
 
 /// DER of a CMS SignedData over `content` by `signer`, carrying `chain`.
@@ -129,4 +131,4 @@ struct Hierarchy {
 /// The bytes of `text`, for content built from string literals.
 Blob ToBlob(std::string_view text);
 
-}  // namespace integrity_check_tool::test::pki
+} // namespace integrity_check_tool::test::pki

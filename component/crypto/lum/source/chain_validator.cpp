@@ -1,9 +1,9 @@
 #include "chain_validator.h"
 
-#include <stdexcept>
-
 #include "lum/flags.h"
 #include "x509_util.h"
+
+#include <stdexcept>
 
 namespace crypto::lum {
 
@@ -15,14 +15,15 @@ int CollectError(int ok, X509_STORE_CTX* context)
         auto* result = static_cast<ChainResult*>(X509_STORE_CTX_get_app_data(context));
         const int error = X509_STORE_CTX_get_error(context);
         result->flags |= FlagForChainError(error);
-        result->errors.push_back("depth " + std::to_string(X509_STORE_CTX_get_error_depth(context)) + ": " +
+        result->errors.push_back("depth " +
+                                 std::to_string(X509_STORE_CTX_get_error_depth(context)) + ": " +
                                  X509_verify_cert_error_string(error));
     }
     // Go on, so that one run reports every reason the chain is not good.
     return 1;
 }
 
-}  // namespace
+} // namespace
 
 std::uint32_t FlagForChainError(int error) noexcept
 {
@@ -96,7 +97,8 @@ ChainValidator::ChainValidator(const std::vector<Bytes>& roots) : store_(X509_ST
     for (const Bytes& der : roots) {
         X509Ptr root = ParseCertificate(der);
         if (!root) {
-            throw std::runtime_error("Root certificate " + std::to_string(roots_.size()) + " does not parse");
+            throw std::runtime_error("Root certificate " + std::to_string(roots_.size()) +
+                                     " does not parse");
         }
         if (X509_STORE_add_cert(store_.get(), root.get()) != 1) {
             throw std::runtime_error("Can't add root certificate " + std::to_string(roots_.size()));
@@ -117,7 +119,8 @@ ChainResult ChainValidator::Validate(X509& leaf, STACK_OF(X509) * untrusted) con
     if (X509_verify_cert(context.get()) != 1 && result.flags == 0) {
         // Failed without a reason for the callback: an internal error.
         result.flags |= flags::kIncompleteChain;
-        result.errors.emplace_back(X509_verify_cert_error_string(X509_STORE_CTX_get_error(context.get())));
+        result.errors.emplace_back(
+            X509_verify_cert_error_string(X509_STORE_CTX_get_error(context.get())));
     }
     result.chain.reset(X509_STORE_CTX_get1_chain(context.get()));
     return result;
@@ -133,4 +136,4 @@ const X509* ChainValidator::FindRoot(const X509& certificate) const
     return nullptr;
 }
 
-}  // namespace crypto::lum
+} // namespace crypto::lum

@@ -1,12 +1,11 @@
-#include <exception>
-#include <new>
-
-#include <zel/exception.h>
-
 #include "lum/revocation.h"
 #include "lum/service.h"
 #include "signature_verifier.h"
 #include "x509_util.h"
+
+#include <exception>
+#include <new>
+#include <zel/exception.h>
 
 namespace crypto::lum {
 
@@ -19,24 +18,27 @@ public:
     using zel::TracerProvider::Trace;
 
     /// Passes the revocation checker's reports on to the trace.
-    void Report(const char* message, const std::uint8_t* data, std::size_t size, std::uint32_t index,
-                std::int32_t result) const
+    void Report(const char* message, const std::uint8_t* data, std::size_t size,
+                std::uint32_t index, std::int32_t result) const
     {
         const std::string hex = Hex(ByteSpan(data, data != nullptr ? size : 0));
         if (index == kNoDatabaseIndex) {
             Trace(kTraceError, "%1% Data=%2%; LumResult=%3%", message, hex, LumResultName(result));
         } else {
-            Trace(kTraceError, "%1% Index=%2%, Data=%3%; LumResult=%4%", message, index, hex, LumResultName(result));
+            Trace(kTraceError, "%1% Index=%2%, Data=%3%; LumResult=%4%", message, index, hex,
+                  LumResultName(result));
         }
     }
 };
 
 zel::Result CreateVerifier(const CreationTracer& tracer, const zel::ITracerPtr& tracerPtr,
-                           const std::vector<Bytes>& roots, ByteSpan crlContainer, ILumSignatureVerifierPtr& verifier)
+                           const std::vector<Bytes>& roots, ByteSpan crlContainer,
+                           ILumSignatureVerifierPtr& verifier)
 {
     const std::int32_t initialized = LumInitializeLibrary();
     if (initialized != lumOk) {
-        tracer.Trace(kTraceError, "LumInitializeLibrary() failed; LumResult=%1%", LumResultName(initialized));
+        tracer.Trace(kTraceError, "LumInitializeLibrary() failed; LumResult=%1%",
+                     LumResultName(initialized));
         return zel::kFail;
     }
     // From here on every way out releases the library unless the verifier took it.
@@ -48,21 +50,24 @@ zel::Result CreateVerifier(const CreationTracer& tracer, const zel::ITracerPtr& 
     ILumRevocationCheckerPtr checker;
     const std::int32_t created = LumCreateRevocationChecker(
         rootSpans, {}, 0, crlContainer,
-        [&tracer](const char* message, const std::uint8_t* data, std::size_t size, std::uint32_t index,
+        [&tracer](const char* message, const std::uint8_t* data, std::size_t size,
+                  std::uint32_t index,
                   std::int32_t result) { tracer.Report(message, data, size, index, result); },
         checker);
     if (created != lumOk) {
-        tracer.Trace(kTraceError, "LumCreateRevocationChecker() failed; LumResult=%1%", LumResultName(created));
+        tracer.Trace(kTraceError, "LumCreateRevocationChecker() failed; LumResult=%1%",
+                     LumResultName(created));
         return zel::kFail;
     }
-    verifier = zel::MakeIntrusive<LumSignatureVerifierImpl>(tracerPtr, roots, std::move(checker), std::move(library));
+    verifier = zel::MakeIntrusive<LumSignatureVerifierImpl>(tracerPtr, roots, std::move(checker),
+                                                            std::move(library));
     return zel::kOk;
 }
 
-}  // namespace
+} // namespace
 
-zel::Result LumCreateVerifier(const zel::ITracerPtr& tracer, const std::vector<Bytes>& roots, ByteSpan crlContainer,
-                              ILumSignatureVerifierPtr& verifier)
+zel::Result LumCreateVerifier(const zel::ITracerPtr& tracer, const std::vector<Bytes>& roots,
+                              ByteSpan crlContainer, ILumSignatureVerifierPtr& verifier)
 {
     if (!tracer) {
         return zel::kInvalidArgument;
@@ -84,8 +89,9 @@ zel::Result LumCreateVerifier(const zel::ITracerPtr& tracer, const std::vector<B
     } catch (const std::exception& error) {
         text = error.what();
     }
-    creationTracer.Trace(zel::Failed(result) ? kTraceError : kTraceDebug, "Exception managed! %1%", text);
+    creationTracer.Trace(zel::Failed(result) ? kTraceError : kTraceDebug, "Exception managed! %1%",
+                         text);
     return result;
 }
 
-}  // namespace crypto::lum
+} // namespace crypto::lum

@@ -8,10 +8,10 @@ namespace crypto::lum {
 std::string VerificationFlagsToString(std::uint32_t value)
 {
     static constexpr std::array<const char*, 32> kNames{
-        "Signed", "Trusted", "Embedded", "Catalog", "RevocationCheckSkipped", "CounterSignatureUsed",
-        nullptr, nullptr,
-        "SignatureValueNotMatched", "MalformedContent", "IncompleteChain", "Revoked", "Expired",
-        "InvalidExtension", "UnconsumedCriticalExtension", "InvalidUsage", "InvalidIssuer",
+        "Signed", "Trusted", "Embedded", "Catalog", "RevocationCheckSkipped",
+        "CounterSignatureUsed", nullptr, nullptr, "SignatureValueNotMatched", "MalformedContent",
+        "IncompleteChain", "Revoked", "Expired", "InvalidExtension", "UnconsumedCriticalExtension",
+        "InvalidUsage", "InvalidIssuer",
         // The misspelling is part of the established output.
         "InvalidBasicContraints", "InvalidPurpose", "InvalidCertificateSign"};
     if (value == 0) {
@@ -37,4 +37,4 @@ std::string VerificationFlagsToString(std::uint32_t value)
     return text;
 }
 
-}  // namespace crypto::lum
+} // namespace crypto::lum

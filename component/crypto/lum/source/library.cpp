@@ -1,10 +1,9 @@
 #include "library.h"
 
-#include <atomic>
-
-#include <openssl/crypto.h>
-
 #include "lum/service.h"
+
+#include <atomic>
+#include <openssl/crypto.h>
 
 namespace crypto::lum {
 
@@ -12,7 +11,7 @@ namespace {
 
 std::atomic<int> g_references{0};
 
-}  // namespace
+} // namespace
 
 bool IsLibraryInitialized() noexcept
 {
@@ -21,7 +20,8 @@ bool IsLibraryInitialized() noexcept
 
 std::int32_t LumInitializeLibrary()
 {
-    if (OPENSSL_init_crypto(OPENSSL_INIT_LOAD_CRYPTO_STRINGS | OPENSSL_INIT_ADD_ALL_DIGESTS, nullptr) != 1) {
+    if (OPENSSL_init_crypto(OPENSSL_INIT_LOAD_CRYPTO_STRINGS | OPENSSL_INIT_ADD_ALL_DIGESTS,
+                            nullptr) != 1) {
         return lumErrCryptoLib;
     }
     g_references.fetch_add(1, std::memory_order_acq_rel);
@@ -32,7 +32,8 @@ void LumReleaseLibrary()
 {
     int current = g_references.load(std::memory_order_acquire);
     // An unpaired release must not drive the count negative.
-    while (current > 0 && !g_references.compare_exchange_weak(current, current - 1, std::memory_order_acq_rel)) {
+    while (current > 0 &&
+           !g_references.compare_exchange_weak(current, current - 1, std::memory_order_acq_rel)) {
     }
 }
 
@@ -50,4 +51,4 @@ LibraryReference::~LibraryReference()
     LumReleaseLibrary();
 }
 
-}  // namespace crypto::lum
+} // namespace crypto::lum

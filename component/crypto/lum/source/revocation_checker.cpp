@@ -1,27 +1,27 @@
 #include "revocation_checker.h"
 
-#include <algorithm>
-#include <new>
-
-#include <openssl/err.h>
-
 #include "library.h"
 #include "lum/result.h"
 #include "x509_util.h"
+
+#include <algorithm>
+#include <new>
+#include <openssl/err.h>
 
 namespace crypto::lum {
 
 namespace {
 
-void Report(const LumRevocationReporter& reporter, const char* message, ByteSpan data, std::uint32_t index,
-            std::int32_t result)
+void Report(const LumRevocationReporter& reporter, const char* message, ByteSpan data,
+            std::uint32_t index, std::int32_t result)
 {
     if (reporter) {
         reporter(message, data.data(), data.size(), index, result);
     }
 }
 
-std::int32_t AddEntries(std::span<const ByteSpan> roots, bool required, std::vector<RevocationChecker::Entry>& entries)
+std::int32_t AddEntries(std::span<const ByteSpan> roots, bool required,
+                        std::vector<RevocationChecker::Entry>& entries)
 {
     for (const ByteSpan der : roots) {
         RevocationChecker::Entry entry;
@@ -41,7 +41,8 @@ std::int32_t AddEntries(std::span<const ByteSpan> roots, bool required, std::vec
 bool IsSignedByRoot(X509_CRL& crl, X509& root)
 {
     EVP_PKEY* key = X509_get0_pubkey(&root);
-    return key != nullptr && X509_NAME_cmp(X509_CRL_get_issuer(&crl), X509_get_subject_name(&root)) == 0 &&
+    return key != nullptr &&
+           X509_NAME_cmp(X509_CRL_get_issuer(&crl), X509_get_subject_name(&root)) == 0 &&
            X509_CRL_verify(&crl, key) == 1;
 }
 
@@ -50,42 +51,48 @@ std::int32_t LoadDatabases(ByteSpan container, const LumRevocationReporter& repo
 {
     const auto databases = ParseContainer(container);
     if (!databases) {
-        Report(reporter, "Failed to load revocation databases container.", {}, kNoDatabaseIndex, lumErrInvalidFormat);
+        Report(reporter, "Failed to load revocation databases container.", {}, kNoDatabaseIndex,
+               lumErrInvalidFormat);
         return lumErrInvalidFormat;
     }
     for (std::size_t i = 0; i < databases->size(); ++i) {
         const RevocationDatabaseView& database = (*databases)[i];
         const auto index = static_cast<std::uint32_t>(i);
         if (database.hierarchyId.empty()) {
-            Report(reporter, "Failed to get revocation databases identifier.", {}, index, lumErrInvalidFormat);
+            Report(reporter, "Failed to get revocation databases identifier.", {}, index,
+                   lumErrInvalidFormat);
             return lumErrInvalidFormat;
         }
-        const auto entry = std::find_if(entries.begin(), entries.end(), [&](const RevocationChecker::Entry& candidate) {
-            return std::equal(candidate.hierarchyId.begin(), candidate.hierarchyId.end(),
-                              database.hierarchyId.begin(), database.hierarchyId.end());
-        });
+        const auto entry = std::find_if(
+            entries.begin(), entries.end(), [&](const RevocationChecker::Entry& candidate) {
+                return std::equal(candidate.hierarchyId.begin(), candidate.hierarchyId.end(),
+                                  database.hierarchyId.begin(), database.hierarchyId.end());
+            });
         if (entry == entries.end()) {
-            continue;  // a hierarchy this verifier does not accept
+            continue; // a hierarchy this verifier does not accept
         }
         if (entry->crl) {
-            Report(reporter, "Duplicate revocation database.", database.hierarchyId, index, lumErrRdbAlreadyExists);
+            Report(reporter, "Duplicate revocation database.", database.hierarchyId, index,
+                   lumErrRdbAlreadyExists);
             return lumErrRdbAlreadyExists;
         }
         X509CrlPtr crl = ParseCrl(database.crl);
         if (!crl) {
-            Report(reporter, "Failed to load revocation database.", database.hierarchyId, index, lumErrInvalidFormat);
+            Report(reporter, "Failed to load revocation database.", database.hierarchyId, index,
+                   lumErrInvalidFormat);
             return lumErrInvalidFormat;
         }
         if (!IsSignedByRoot(*crl, *entry->root)) {
-            Report(reporter, "Failed to verify signature of revocation database.", database.hierarchyId, index,
-                   lumErrInvalidSignature);
+            Report(reporter, "Failed to verify signature of revocation database.",
+                   database.hierarchyId, index, lumErrInvalidSignature);
             return lumErrInvalidSignature;
         }
         const STACK_OF(X509_REVOKED)* revoked = X509_CRL_get_REVOKED(crl.get());
         entry->info.hierarchyId = entry->hierarchyId;
         entry->info.issued = TimeText(X509_CRL_get0_lastUpdate(crl.get()));
         entry->info.size = database.crl.size();
-        entry->info.revokedCount = revoked != nullptr ? static_cast<std::size_t>(sk_X509_REVOKED_num(revoked)) : 0;
+        entry->info.revokedCount =
+            revoked != nullptr ? static_cast<std::size_t>(sk_X509_REVOKED_num(revoked)) : 0;
         entry->crl = std::move(crl);
     }
     for (std::size_t i = 0; i < entries.size(); ++i) {
@@ -98,7 +105,7 @@ std::int32_t LoadDatabases(ByteSpan container, const LumRevocationReporter& repo
     return lumOk;
 }
 
-}  // namespace
+} // namespace
 
 const RevocationDatabaseInfo* RevocationChecker::GetDatabase(std::size_t index) const
 {
@@ -116,8 +123,9 @@ X509_CRL* RevocationChecker::FindCrl(const X509& root) const
 }
 
 std::int32_t LumCreateRevocationChecker(std::span<const ByteSpan> requiredRoots,
-                                        std::span<const ByteSpan> optionalRoots, std::uint32_t /*flags*/,
-                                        ByteSpan container, const LumRevocationReporter& reporter,
+                                        std::span<const ByteSpan> optionalRoots,
+                                        std::uint32_t /*flags*/, ByteSpan container,
+                                        const LumRevocationReporter& reporter,
                                         ILumRevocationCheckerPtr& checker)
 {
     if (!IsLibraryInitialized()) {
@@ -146,4 +154,4 @@ std::int32_t LumCreateRevocationChecker(std::span<const ByteSpan> requiredRoots,
     }
 }
 
-}  // namespace crypto::lum
+} // namespace crypto::lum

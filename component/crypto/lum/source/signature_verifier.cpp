@@ -1,15 +1,14 @@
 #include "signature_verifier.h"
 
+#include "x509_util.h"
+
 #include <algorithm>
 #include <new>
-
 #include <openssl/crypto.h>
 #include <openssl/err.h>
 #include <openssl/evp.h>
 #include <openssl/objects.h>
 #include <openssl/x509v3.h>
-
-#include "x509_util.h"
 
 namespace crypto::lum {
 
@@ -18,7 +17,8 @@ namespace {
 /// The one SignerInfo of a detached SignedData; nullptr for anything else.
 CMS_SignerInfo* SoleSignerInfo(CMS_ContentInfo* cms)
 {
-    if (cms == nullptr || OBJ_obj2nid(CMS_get0_type(cms)) != NID_pkcs7_signed || CMS_is_detached(cms) != 1) {
+    if (cms == nullptr || OBJ_obj2nid(CMS_get0_type(cms)) != NID_pkcs7_signed ||
+        CMS_is_detached(cms) != 1) {
         return nullptr;
     }
     STACK_OF(CMS_SignerInfo)* signerInfos = CMS_get0_SignerInfos(cms);
@@ -91,9 +91,10 @@ std::int32_t ResultForFlags(std::uint32_t value, bool attributeMatched)
     return lumErrUntrusted;
 }
 
-}  // namespace
+} // namespace
 
-LumSignatureVerifierImpl::LumSignatureVerifierImpl(zel::ITracerPtr tracer, const std::vector<Bytes>& roots,
+LumSignatureVerifierImpl::LumSignatureVerifierImpl(zel::ITracerPtr tracer,
+                                                   const std::vector<Bytes>& roots,
                                                    ILumRevocationCheckerPtr checker,
                                                    std::unique_ptr<LibraryReference> library)
     : zel::TracerProvider(std::move(tracer)), library_(std::move(library)), validator_(roots),
@@ -101,16 +102,17 @@ LumSignatureVerifierImpl::LumSignatureVerifierImpl(zel::ITracerPtr tracer, const
 {
 }
 
-std::int32_t LumSignatureVerifierImpl::VerifyObject(ByteSpan object, ILumSignatureVerificationResultPtr& result)
+std::int32_t LumSignatureVerifierImpl::VerifyObject(ByteSpan object,
+                                                    ILumSignatureVerificationResultPtr& result)
 {
     const auto outcome = zel::MakeIntrusive<VerificationResult>();
     result = outcome;
     return Verify(object, nullptr, *outcome);
 }
 
-std::int32_t LumSignatureVerifierImpl::VerifyObjectWithAdditionalContent(ByteSpan object, const std::string& oid,
-                                                                         ByteSpan additionalContent,
-                                                                         ILumSignatureVerificationResultPtr& result)
+std::int32_t LumSignatureVerifierImpl::VerifyObjectWithAdditionalContent(
+    ByteSpan object, const std::string& oid, ByteSpan additionalContent,
+    ILumSignatureVerificationResultPtr& result)
 {
     const Asn1ObjectPtr attributeOid(OBJ_txt2obj(oid.c_str(), 1));
     if (!attributeOid) {
@@ -130,12 +132,15 @@ std::int32_t LumSignatureVerifierImpl::Verify(ByteSpan object, const RequiredAtt
         ~ErrorQueueCleaner() { ERR_clear_error(); }
     } cleaner;
 
-    const auto layout = LocateSignature(object.size(), object.last(std::min(object.size(), kTrailerSize)));
+    const auto layout =
+        LocateSignature(object.size(), object.last(std::min(object.size(), kTrailerSize)));
     if (!layout) {
         result.AddFlags(flags::kMalformedContent);
         const bool hasMagic = object.size() >= kTrailerSize &&
-                              std::equal(kSignatureMagic.begin(), kSignatureMagic.end(), object.end() - kSignatureMagic.size());
-        Trace(kTraceDebug, hasMagic ? "Signature length does not fit the object" : "No signature found");
+                              std::equal(kSignatureMagic.begin(), kSignatureMagic.end(),
+                                         object.end() - kSignatureMagic.size());
+        Trace(kTraceDebug,
+              hasMagic ? "Signature length does not fit the object" : "No signature found");
         return hasMagic ? lumErrInvalidFormat : lumSignatureNotFound;
     }
     // The whole object is in memory, so its offsets fit size_t.
@@ -151,10 +156,10 @@ std::int32_t LumSignatureVerifierImpl::Verify(ByteSpan object, const RequiredAtt
     result.AddFlags(flags::kSigned);
 
     const EVP_MD* digest = SupportedDigest(*signerInfo);
-    const auto* messageDigest =
-        SignedAttribute<ASN1_OCTET_STRING>(*signerInfo, OBJ_nid2obj(NID_pkcs9_messageDigest), V_ASN1_OCTET_STRING);
-    const auto* contentType =
-        SignedAttribute<ASN1_OBJECT>(*signerInfo, OBJ_nid2obj(NID_pkcs9_contentType), V_ASN1_OBJECT);
+    const auto* messageDigest = SignedAttribute<ASN1_OCTET_STRING>(
+        *signerInfo, OBJ_nid2obj(NID_pkcs9_messageDigest), V_ASN1_OCTET_STRING);
+    const auto* contentType = SignedAttribute<ASN1_OBJECT>(
+        *signerInfo, OBJ_nid2obj(NID_pkcs9_contentType), V_ASN1_OBJECT);
     if (digest == nullptr || messageDigest == nullptr || contentType == nullptr ||
         OBJ_cmp(contentType, CMS_get0_eContentType(cms.get())) != 0) {
         result.AddFlags(flags::kMalformedContent);
@@ -178,9 +183,11 @@ std::int32_t LumSignatureVerifierImpl::Verify(ByteSpan object, const RequiredAtt
     }
     bool attributeMatched = true;
     if (attribute != nullptr) {
-        const auto* value = SignedAttribute<ASN1_STRING>(*signerInfo, attribute->oid, V_ASN1_BMPSTRING);
+        const auto* value =
+            SignedAttribute<ASN1_STRING>(*signerInfo, attribute->oid, V_ASN1_BMPSTRING);
         attributeMatched = value != nullptr &&
-                           std::equal(attribute->value.begin(), attribute->value.end(), ASN1_STRING_get0_data(value),
+                           std::equal(attribute->value.begin(), attribute->value.end(),
+                                      ASN1_STRING_get0_data(value),
                                       ASN1_STRING_get0_data(value) + ASN1_STRING_length(value));
         if (!attributeMatched) {
             result.AddFlags(flags::kSignatureValueNotMatched);
@@ -200,7 +207,8 @@ std::int32_t LumSignatureVerifierImpl::Verify(ByteSpan object, const RequiredAtt
     return outcome;
 }
 
-std::uint32_t LumSignatureVerifierImpl::CheckSigner(X509& signer, STACK_OF(X509) * certificates) const
+std::uint32_t LumSignatureVerifierImpl::CheckSigner(X509& signer,
+                                                    STACK_OF(X509) * certificates) const
 {
     const ChainResult chain = validator_.Validate(signer, certificates);
     for (const std::string& error : chain.errors) {
@@ -213,24 +221,28 @@ std::uint32_t LumSignatureVerifierImpl::CheckSigner(X509& signer, STACK_OF(X509)
     if ((extensions & EXFLAG_INVALID) != 0) {
         result |= flags::kInvalidExtension;
     }
-    if ((extensions & EXFLAG_XKUSAGE) == 0 || (X509_get_extended_key_usage(&signer) & XKU_CODE_SIGN) == 0) {
+    if ((extensions & EXFLAG_XKUSAGE) == 0 ||
+        (X509_get_extended_key_usage(&signer) & XKU_CODE_SIGN) == 0) {
         result |= flags::kInvalidPurpose;
     }
-    if ((extensions & EXFLAG_KUSAGE) != 0 && (X509_get_key_usage(&signer) & KU_DIGITAL_SIGNATURE) == 0) {
+    if ((extensions & EXFLAG_KUSAGE) != 0 &&
+        (X509_get_key_usage(&signer) & KU_DIGITAL_SIGNATURE) == 0) {
         result |= flags::kInvalidUsage;
     }
 
     // One CRL per hierarchy, signed by its root, lists every revoked
     // certificate below the root.
     const int length = chain.chain ? sk_X509_num(chain.chain.get()) : 0;
-    const X509* root = length > 0 ? validator_.FindRoot(*sk_X509_value(chain.chain.get(), length - 1)) : nullptr;
+    const X509* root =
+        length > 0 ? validator_.FindRoot(*sk_X509_value(chain.chain.get(), length - 1)) : nullptr;
     X509_CRL* crl = root != nullptr && checker_ ? checker_->FindCrl(*root) : nullptr;
     if (crl == nullptr) {
         return result | flags::kRevocationCheckSkipped;
     }
     for (int i = 0; i + 1 < length; ++i) {
         X509_REVOKED* entry = nullptr;
-        if (X509_CRL_get0_by_serial(crl, &entry, X509_get0_serialNumber(sk_X509_value(chain.chain.get(), i))) == 1) {
+        if (X509_CRL_get0_by_serial(
+                crl, &entry, X509_get0_serialNumber(sk_X509_value(chain.chain.get(), i))) == 1) {
             Trace(kTraceDebug, "Certificate at depth %1% is revoked", i);
             result |= flags::kRevoked;
         }
@@ -238,4 +250,4 @@ std::uint32_t LumSignatureVerifierImpl::CheckSigner(X509& signer, STACK_OF(X509)
     return result;
 }
 
-}  // namespace crypto::lum
+} // namespace crypto::lum

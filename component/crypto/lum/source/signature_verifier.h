@@ -2,8 +2,8 @@
 
 #include "chain_validator.h"
 #include "library.h"
-#include "lum/service.h"
 #include "lum/revocation.h"
+#include "lum/service.h"
 #include "verification_result.h"
 
 namespace crypto::lum {
@@ -14,13 +14,15 @@ namespace crypto::lum {
 class LumSignatureVerifierImpl final : public ILumSignatureVerifier, private zel::TracerProvider {
 public:
     /// Throws std::runtime_error when a root does not parse.
-    LumSignatureVerifierImpl(zel::ITracerPtr tracer, const std::vector<Bytes>& roots, ILumRevocationCheckerPtr checker,
+    LumSignatureVerifierImpl(zel::ITracerPtr tracer, const std::vector<Bytes>& roots,
+                             ILumRevocationCheckerPtr checker,
                              std::unique_ptr<LibraryReference> library);
 
     std::int32_t VerifyObject(ByteSpan object, ILumSignatureVerificationResultPtr& result) override;
-    std::int32_t VerifyObjectWithAdditionalContent(ByteSpan object, const std::string& oid,
-                                                   ByteSpan additionalContent,
-                                                   ILumSignatureVerificationResultPtr& result) override;
+    std::int32_t
+    VerifyObjectWithAdditionalContent(ByteSpan object, const std::string& oid,
+                                      ByteSpan additionalContent,
+                                      ILumSignatureVerificationResultPtr& result) override;
 
 private:
     /// A signed attribute the signature must carry, with its BMPString value.
@@ -29,7 +31,8 @@ private:
         ByteSpan value;
     };
 
-    std::int32_t Verify(ByteSpan object, const RequiredAttribute* attribute, VerificationResult& result) const;
+    std::int32_t Verify(ByteSpan object, const RequiredAttribute* attribute,
+                        VerificationResult& result) const;
     /// Failure flags of the signer's chain, code-signing usage and revocation;
     /// adds RevocationCheckSkipped when the chain's root has no database.
     std::uint32_t CheckSigner(X509& signer, STACK_OF(X509) * certificates) const;
@@ -39,4 +42,4 @@ private:
     ILumRevocationCheckerPtr checker_;
 };
 
-}  // namespace crypto::lum
+} // namespace crypto::lum

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <optional>
-
 #include "lum/service.h"
+
+#include <optional>
 
 namespace crypto::lum {
 
@@ -39,4 +39,4 @@ private:
     std::optional<std::uint64_t> contentSize_;
 };
 
-}  // namespace crypto::lum
+} // namespace crypto::lum

@@ -1,15 +1,14 @@
 #pragma once
 
+#include "lum/format.h"
+
 #include <cstdint>
 #include <functional>
+#include <openssl/types.h>
 #include <span>
 #include <string>
 #include <vector>
-
-#include <openssl/types.h>
 #include <zel/ref_counted.h>
-
-#include "lum/format.h"
 
 namespace crypto::lum {
 
@@ -39,9 +38,9 @@ inline constexpr std::uint32_t kNoDatabaseIndex = 0xFFFFFFFF;
 /// Called at each failure with its message, the bytes it concerns (the
 /// hierarchy identifier where there is one), the database index in the
 /// container (the root index for an absent database) and the result code.
-using LumRevocationReporter = std::function<void(const char* message, const std::uint8_t* data,
-                                                 std::size_t size, std::uint32_t index,
-                                                 std::int32_t result)>;
+using LumRevocationReporter =
+    std::function<void(const char* message, const std::uint8_t* data, std::size_t size,
+                       std::uint32_t index, std::int32_t result)>;
 
 /// Loads the databases of `container` (see format.h) for the given DER roots:
 /// each database must be a CRL issued and signed by the root whose serial it
@@ -50,8 +49,9 @@ using LumRevocationReporter = std::function<void(const char* message, const std:
 /// database (lumErrRdbAbsent); a second one for a root is lumErrRdbAlreadyExists.
 /// `flags` is reserved (0). The reporter may be empty. Returns a LumResult.
 std::int32_t LumCreateRevocationChecker(std::span<const ByteSpan> requiredRoots,
-                                        std::span<const ByteSpan> optionalRoots, std::uint32_t flags,
-                                        ByteSpan container, const LumRevocationReporter& reporter,
+                                        std::span<const ByteSpan> optionalRoots,
+                                        std::uint32_t flags, ByteSpan container,
+                                        const LumRevocationReporter& reporter,
                                         ILumRevocationCheckerPtr& checker);
 
-}  // namespace crypto::lum
+} // namespace crypto::lum

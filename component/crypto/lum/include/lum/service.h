@@ -1,16 +1,15 @@
 #pragma once
 
-#include <cstdint>
-#include <string>
-#include <vector>
-
-#include <zel/ref_counted.h>
-#include <zel/result.h>
-#include <zel/tracer.h>
-
 #include "lum/flags.h"
 #include "lum/format.h"
 #include "lum/result.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+#include <zel/ref_counted.h>
+#include <zel/result.h>
+#include <zel/tracer.h>
 
 namespace crypto::lum {
 
@@ -28,16 +27,24 @@ using ILumSignatureVerificationResultPtr = zel::intrusive_ptr<ILumSignatureVerif
 /// Verifies signed objects against the roots and revocation data it was made with.
 class ILumSignatureVerifier : public zel::RefCounted {
 public:
-    /// Verifies a whole signed object held in memory. Always sets `result` (flags say why it failed) unless arguments are invalid; returns lumOk only for a good, trusted, unrevoked signature.
-    virtual std::int32_t VerifyObject(ByteSpan object, ILumSignatureVerificationResultPtr& result) = 0;
-    /// Same, and requires the signed attribute `oid` (dotted) whose BMPString value equals `additionalContent` (big-endian UTF-16 bytes, see FileNameToBmp); lumErrInvalidArgument for an OID that does not parse.
-    virtual std::int32_t VerifyObjectWithAdditionalContent(ByteSpan object, const std::string& oid,
-                                                           ByteSpan additionalContent,
-                                                           ILumSignatureVerificationResultPtr& result) = 0;
+    /// Verifies a whole signed object held in memory. Always sets `result` (flags say why it
+    /// failed) unless arguments are invalid; returns lumOk only for a good, trusted, unrevoked
+    /// signature.
+    virtual std::int32_t VerifyObject(ByteSpan object,
+                                      ILumSignatureVerificationResultPtr& result) = 0;
+    /// Same, and requires the signed attribute `oid` (dotted) whose BMPString value equals
+    /// `additionalContent` (big-endian UTF-16 bytes, see FileNameToBmp); lumErrInvalidArgument for
+    /// an OID that does not parse.
+    virtual std::int32_t
+    VerifyObjectWithAdditionalContent(ByteSpan object, const std::string& oid,
+                                      ByteSpan additionalContent,
+                                      ILumSignatureVerificationResultPtr& result) = 0;
 };
 using ILumSignatureVerifierPtr = zel::intrusive_ptr<ILumSignatureVerifier>;
 
-/// roots: DER root certificates; crlContainer: the lumcrl.rdb bytes, empty when none. Returns zel::kOk, zel::kInvalidArgument (no tracer), lumErrInvalidArgument (no roots), or a generic failure (zel::kFail) after tracing why.
+/// roots: DER root certificates; crlContainer: the lumcrl.rdb bytes, empty when none. Returns
+/// zel::kOk, zel::kInvalidArgument (no tracer), lumErrInvalidArgument (no roots), or a generic
+/// failure (zel::kFail) after tracing why.
 zel::Result LumCreateVerifier(const zel::ITracerPtr& tracer, const std::vector<Bytes>& roots,
                               ByteSpan crlContainer, ILumSignatureVerifierPtr& verifier);
 
@@ -48,4 +55,4 @@ void LumReleaseLibrary();
 /// Stores the GOST provider's version tag; -1 when `out` is null.
 std::int32_t LumCryptoPro_GetGostLibraryVersionString(const char** out);
 
-}  // namespace crypto::lum
+} // namespace crypto::lum

@@ -1,15 +1,14 @@
 #pragma once
 
-#include <cstdint>
-#include <vector>
-
-#include <zel/ref_counted.h>
-#include <zel/result.h>
-#include <zel/tracer.h>
-
 #include "lum/revocation.h"
 #include "lum/service.h"
 #include "lum/service/options.h"
+
+#include <cstdint>
+#include <vector>
+#include <zel/ref_counted.h>
+#include <zel/result.h>
+#include <zel/tracer.h>
 
 /// Framework-service level of the signature library: roots looked up by
 /// class, a test-root policy, and revocation data from a CRL provider.
@@ -38,7 +37,8 @@ using ILumCrlProviderPtr = zel::intrusive_ptr<ILumCrlProvider>;
 class ILumRevocationCheckerFactory : public zel::RefCounted {
 public:
     /// A checker over `required` and `optional` roots; zel::kFail after tracing why.
-    virtual zel::Result CreateRevocationChecker(const std::vector<Bytes>& required, const std::vector<Bytes>& optional,
+    virtual zel::Result CreateRevocationChecker(const std::vector<Bytes>& required,
+                                                const std::vector<Bytes>& optional,
                                                 ILumRevocationCheckerPtr& checker) = 0;
 };
 using ILumRevocationCheckerFactoryPtr = zel::intrusive_ptr<ILumRevocationCheckerFactory>;
@@ -60,12 +60,14 @@ struct RootSets {
 };
 
 /// Trusted roots are required; test roots too under kCrlMustExist, else optional.
-RootSets SplitRoots(std::vector<Bytes> trusted, std::vector<Bytes> test, TestRootHandlingPolicyFlags policy);
+RootSets SplitRoots(std::vector<Bytes> trusted, std::vector<Bytes> test,
+                    TestRootHandlingPolicyFlags policy);
 
 /// The service over a root provider and a revocation checker factory.
 class LumServiceImpl final : public ILumService, private zel::TracerProvider {
 public:
-    LumServiceImpl(zel::ITracerPtr tracer, ILumRootProviderPtr roots, ILumRevocationCheckerFactoryPtr revocation);
+    LumServiceImpl(zel::ITracerPtr tracer, ILumRootProviderPtr roots,
+                   ILumRevocationCheckerFactoryPtr revocation);
     ~LumServiceImpl() override;
 
     zel::Result CreateVerifier(std::uint32_t classId, std::uint32_t creationOptions,
@@ -80,12 +82,14 @@ private:
 };
 
 /// Loads databases from a CRL provider and traces what it loaded.
-class LumRevocationCheckerFactoryImpl final : public ILumRevocationCheckerFactory, private zel::TracerProvider {
+class LumRevocationCheckerFactoryImpl final : public ILumRevocationCheckerFactory,
+                                              private zel::TracerProvider {
 public:
     LumRevocationCheckerFactoryImpl(zel::ITracerPtr tracer, ILumCrlProviderPtr crlProvider);
 
     /// Needs LumInitializeLibrary to have succeeded.
-    zel::Result CreateRevocationChecker(const std::vector<Bytes>& required, const std::vector<Bytes>& optional,
+    zel::Result CreateRevocationChecker(const std::vector<Bytes>& required,
+                                        const std::vector<Bytes>& optional,
                                         ILumRevocationCheckerPtr& checker) override;
 
 private:
@@ -95,4 +99,4 @@ private:
     ILumCrlProviderPtr crlProvider_;
 };
 
-}  // namespace crypto::lum::service
+} // namespace crypto::lum::service
