@@ -93,24 +93,15 @@ TEST_F(RevocationCheckerTest, EmptyContainerLoadsNothingAndRequiresNothing)
 TEST_F(RevocationCheckerTest, LoadsDatabasesOfKnownRootsAndSkipsOthers)
 {
     const Hierarchy unknown = Hierarchy::Make("Unknown", 0x4001);
-<<<<<<< HEAD
-    const Bytes crlB = B().Crl({5, 6});
-    ASSERT_EQ(Create(BuildContainer({Database(unknown), {B().HierarchyId(), crlB}, Database(A())})), lumOk);
-=======
     const RevocationDatabase b5and6 = Database(B(), {5, 6});
     ASSERT_EQ(Create(BuildContainer({Database(unknown), b5and6, Database(A())})), lumOk);
->>>>>>> lum-service
     EXPECT_TRUE(reports_.empty());
     const RevocationDatabaseInfo* a = checker_->GetDatabase(0);
     const RevocationDatabaseInfo* b = checker_->GetDatabase(1);
     ASSERT_TRUE(a && b);
     EXPECT_EQ(b->hierarchyId, (Bytes{0x20, 0x01}));
     EXPECT_EQ(b->revokedCount, 2u);
-<<<<<<< HEAD
-    EXPECT_EQ(b->size, crlB.size());
-=======
     EXPECT_EQ(b->size, b5and6.crl.size());
->>>>>>> lum-service
     EXPECT_EQ(b->issued.size(), 19u) << b->issued;
     EXPECT_EQ(checker_->GetDatabase(2), nullptr) << "optional root without a database";
 }
