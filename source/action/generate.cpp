@@ -1,11 +1,13 @@
 #include "action/generate.h"
 
 #include <locale>
+#include <optional>
 #include <sstream>
 
 #include <boost/date_time/posix_time/posix_time.hpp>
 
 #include "action/directory_enumerator.h"
+#include "action/read_ahead_scope.h"
 #include "data_object/data_object.h"
 #include "data_object/value_provider.h"
 #include "exception.h"
@@ -21,6 +23,21 @@ namespace {
 bool CarriesValue(CheckType type)
 {
     return type == CheckType::Gost2012 || type == CheckType::Sha256 || type == CheckType::Value;
+}
+
+/// The check type whose value generation fills first for `checks`, which
+/// is the one a read-ahead can serve; Exists when there is none.
+CheckType FirstFilled(const CheckInfoList& checks, CheckType defaultType)
+{
+    if (checks.empty()) {
+        return defaultType;
+    }
+    for (const CheckInfoPtr& check : checks) {
+        if (CarriesValue(check->type) && check->value.empty()) {
+            return check->type;
+        }
+    }
+    return CheckType::Exists;
 }
 
 std::string LocalTimeStamp()
@@ -65,6 +82,17 @@ void Generate::GenerateManifest(Manifest& manifest)
     ExpandVariablesManifestVisitor expand(*environment_, factory_->CreateFilter());
     variables.Accept(expand);
 
+    // Files are hashed ahead in the order of the loops; entries that the
+    // filter might drop are left to the serial path.
+    std::vector<ReadAheadItem> items;
+    for (const FileInfo& file : manifest.files) {
+        if (IsUnrestricted(file)) {
+            AddReadAheadItem(items, Path(environment_->Expand(file.path)).string(),
+                             FirstFilled(file.checks, config_.checkType));
+        }
+    }
+    std::optional<ScopedReadAhead> readAhead(std::in_place, *factory_, MakeReadAhead(std::move(items)));
+
     bool succeeded = true;
     for (FileInfo& file : manifest.files) {
         if (!processor_->IsFiltered(ObjectKind::File, file, file.path)) {
@@ -76,6 +104,7 @@ void Generate::GenerateManifest(Manifest& manifest)
                         succeeded;
         }
     }
+    readAhead.reset();
     for (DirectoryInfo& directory : manifest.directories) {
         if (!processor_->IsFiltered(ObjectKind::Directory, directory, directory.path)) {
             succeeded = processor_->ProcessDirectory(directory.path, [&] { GenerateDirectory(directory); }) &&
@@ -127,6 +156,14 @@ void Generate::GenerateDirectory(DirectoryInfo& directory)
                            [&](const FileInfo& listed) { return listed.path == file.path; });
     });
     directory.files.InsertAll(std::move(found));
+
+    std::vector<ReadAheadItem> items;
+    for (const FileInfo& file : directory.files) {
+        if (IsUnrestricted(file)) {
+            AddReadAheadItem(items, (root / file.path).string(), FirstFilled(file.checks, config_.checkType));
+        }
+    }
+    const ScopedReadAhead readAhead(*factory_, MakeReadAhead(std::move(items)));
 
     bool succeeded = true;
     for (FileInfo& file : directory.files) {

@@ -5,6 +5,7 @@
 #include "action/signature_verifier.h"
 #include "check/checker.h"
 #include "console.h"
+#include "action/read_ahead_scope.h"
 #include "exception.h"
 #include "manifest/expand_visitor.h"
 #include "manifest/make_unique_visitor.h"
@@ -63,6 +64,24 @@ void Verify::VerifyManifest(std::vector<Manifest>& manifests)
     ExpandVariablesManifestVisitor expand(*environment, factory_->CreateFilter());
     manifest.Accept(expand);
     processor_->Filter(manifest);
+
+    // Hashes are read ahead in the order the loops below check the files;
+    // everything printed stays on this thread, in that order.
+    std::vector<ReadAheadItem> items;
+    const auto addItem = [&items](std::string path, const CheckInfoList& checks) {
+        if (!checks.empty()) {
+            AddReadAheadItem(items, std::move(path), checks.front()->type);
+        }
+    };
+    for (const FileInfo& file : manifest.files) {
+        addItem(file.path, file.checks);
+    }
+    for (const DirectoryInfo& directory : manifest.directories) {
+        for (const FileInfo& file : directory.files) {
+            addItem((Path(directory.path) / file.path).string(), file.checks);
+        }
+    }
+    const ScopedReadAhead readAhead(*factory_, MakeReadAhead(std::move(items)));
 
     bool succeeded = true;
     for (const FileInfo& file : manifest.files) {

@@ -3,6 +3,8 @@
 #include <memory>
 
 #include "data_object/data_object.h"
+#include "data_object/read_ahead.h"
+#include "manifest/enums.h"
 #include "types.h"
 #include "utils/hash.h"
 
@@ -31,14 +33,20 @@ public:
     void GetValue(IDataObject& object, Blob& value) const override;
 };
 
-/// The digest of the object's content.
+/// The digest of the object's content, taken from `readAhead` (when
+/// given) for the files it read ahead.
 class Hash final : public IValueProvider {
 public:
-    explicit Hash(IHashPtr hash) : hash_(std::move(hash)) {}
+    Hash(IHashPtr hash, CheckType type, IReadAheadPtr readAhead = nullptr)
+        : hash_(std::move(hash)), type_(type), readAhead_(std::move(readAhead))
+    {
+    }
     void GetValue(IDataObject& object, Blob& value) const override;
 
 private:
     IHashPtr hash_;
+    CheckType type_;
+    IReadAheadPtr readAhead_;
 };
 
 }  // namespace value_provider

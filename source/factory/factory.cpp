@@ -119,12 +119,15 @@ IValueProviderPtr Factory::CreateValueProvider(CheckType type)
     switch (type) {
     case CheckType::Exists:
     case CheckType::NotExists: return std::make_shared<value_provider::Empty>();
-    case CheckType::Gost2012: return std::make_shared<value_provider::Hash>(vorn::GetGost2012(GetTracer()));
-    case CheckType::Sha256: return std::make_shared<value_provider::Hash>(openssl::GetSha256());
+    case CheckType::Gost2012:
+        return std::make_shared<value_provider::Hash>(vorn::GetGost2012(GetTracer()), type, readAhead_);
+    case CheckType::Sha256: return std::make_shared<value_provider::Hash>(openssl::GetSha256(), type, readAhead_);
     case CheckType::Value: return std::make_shared<value_provider::Raw>();
     }
     UnknownCheckType(type);
 }
+
+void Factory::SetReadAhead(IReadAheadPtr readAhead) { readAhead_ = std::move(readAhead); }
 
 IStoragePtr Factory::CreateXmlFile() { return std::make_shared<xml::File>(); }
 

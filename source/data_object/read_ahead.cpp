@@ -1,0 +1,152 @@
+#include "data_object/read_ahead.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstdlib>
+#include <cstring>
+
+#include "data_object/file.h"
+#include "openssl/sha256.h"
+#include "vorn/gost2012.h"
+
+namespace integrity_check_tool {
+
+ReadAhead::ReadAhead(std::vector<ReadAheadItem> items, unsigned threads)
+    : items_(std::move(items)), slots_(items_.size()), sha256_(openssl::GetSha256()),
+      // A private instance without a tracer: the shared one traces its
+      // creation, and the consumer's records must match a serial run.
+      gost_(std::make_shared<const vorn::Gost2012>(nullptr)),
+      window_(std::max(1u, threads) * kFilesPerWorker)
+{
+    threads = std::max(1u, threads);
+    workers_.reserve(threads);
+    try {
+        for (unsigned i = 0; i < threads; ++i) {
+            workers_.emplace_back([this] { Work(); });
+        }
+    } catch (...) {
+        // Threads may be scarce; the ones started suffice, and with none
+        // every Take finds its item not started and computes it itself.
+        if (workers_.empty()) {
+            std::lock_guard lock(mutex_);
+            stop_ = true;
+        }
+    }
+}
+
+ReadAhead::~ReadAhead()
+{
+    {
+        std::lock_guard lock(mutex_);
+        stop_ = true;
+    }
+    workReady_.notify_all();
+    for (std::thread& worker : workers_) {
+        worker.join();
+    }
+}
+
+void ReadAhead::Work()
+{
+    std::unique_lock lock(mutex_);
+    for (;;) {
+        workReady_.wait(lock, [this] {
+            return stop_ || next_ >= items_.size() || next_ < cursor_ + window_;
+        });
+        if (stop_) {
+            return;
+        }
+        next_ = std::max(next_, cursor_);  // items the consumer passed are not read
+        if (next_ >= items_.size()) {
+            return;
+        }
+        const std::size_t index = next_++;
+        lock.unlock();
+        Compute(index);
+        lock.lock();
+        slots_[index].done = true;
+        slotDone_.notify_all();
+    }
+}
+
+void ReadAhead::Compute(std::size_t index)
+{
+    Slot& slot = slots_[index];
+    try {
+        const IHashPtr& hash = items_[index].type == CheckType::Gost2012 ? gost_ : sha256_;
+        File file(items_[index].path);
+        slot.digest = hash->CalculateHash(file.GetData());
+    } catch (...) {
+        slot.error = std::current_exception();
+    }
+}
+
+bool ReadAhead::Take(const std::string& path, CheckType type, Blob& digest)
+{
+    std::unique_lock lock(mutex_);
+    if (workers_.empty() || stop_) {
+        return false;
+    }
+    // The consumer asks in the order of the list but may pass over items
+    // whose checks never got to the hash; look a window ahead at most.
+    const std::size_t end = std::min(items_.size(), cursor_ + window_ + 1);
+    std::size_t index = cursor_;
+    while (index < end && (items_[index].type != type || items_[index].path != path)) {
+        ++index;
+    }
+    if (index == end) {
+        return false;
+    }
+    if (index != cursor_) {
+        for (std::size_t passed = cursor_; passed < index && passed < next_; ++passed) {
+            if (slots_[passed].done) {
+                slots_[passed] = Slot{};  // done stays false: nothing will ask again
+            }
+        }
+        cursor_ = index;
+        workReady_.notify_all();
+    }
+    slotDone_.wait(lock, [&] { return slots_[index].done; });
+    if (slots_[index].error) {
+        std::rethrow_exception(slots_[index].error);
+    }
+    digest = slots_[index].digest;
+    return true;
+}
+
+unsigned ReadAheadThreads()
+{
+    constexpr unsigned kDefaultCap = 16;
+    constexpr unsigned kExplicitCap = 256;
+    if (const char* text = std::getenv("INTEGRITY_CHECK_THREADS"); text != nullptr && *text != '\0') {
+        unsigned value = 0;
+        const char* end = text + std::strlen(text);
+        const auto [stop, error] = std::from_chars(text, end, value);
+        if (error == std::errc{} && stop == end && value > 0) {
+            return std::min(value, kExplicitCap);
+        }
+    }
+    return std::clamp(std::thread::hardware_concurrency(), 1u, kDefaultCap);
+}
+
+IReadAheadPtr MakeReadAhead(std::vector<ReadAheadItem> items, unsigned threads)
+{
+    if (threads <= 1 || items.empty()) {
+        return nullptr;
+    }
+    // No more workers than files, but a single file still gets one: it is
+    // read while the checks before it run.
+    const auto count = static_cast<unsigned>(std::min<std::size_t>(threads, items.size()));
+    return std::make_shared<ReadAhead>(std::move(items), count);
+}
+
+void AddReadAheadItem(std::vector<ReadAheadItem>& items, std::string path, CheckType type)
+{
+    if (type == CheckType::Sha256 || type == CheckType::Gost2012) {
+        items.push_back(ReadAheadItem{std::move(path), type});
+    }
+}
+
+bool IsUnrestricted(const Applicability& entry) { return entry == Applicability{}; }
+
+}  // namespace integrity_check_tool
