@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Installs the dependencies, then builds and tests the project three times:
 #   1. release build, warnings as errors;
-#   2. debug build under AddressSanitizer and UndefinedBehaviorSanitizer;
+#   2. debug build under AddressSanitizer and UndefinedBehaviorSanitizer,
+#      then the read-ahead and engine tests under ThreadSanitizer;
 #   3. AArch64 cross build, tests run under qemu user emulation;
 # then builds the libFuzzer targets with clang and runs each briefly on its
 # seed corpus (FUZZ_SECONDS each, default 30).
@@ -68,6 +69,26 @@ export ASAN_OPTIONS=abort_on_error=1:detect_leaks=1:strict_string_checks=1
 export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
 stage "sanitizers" build/sanitize -DCMAKE_BUILD_TYPE=Debug -DICT_SANITIZE=ON
 unset ASAN_OPTIONS UBSAN_OPTIONS
+
+# The read-ahead workers under ThreadSanitizer: its own tests and the
+# end-to-end runs of the engine, whose programs then run instrumented too.
+echo "=== threads (ThreadSanitizer): configure and build"
+tsan_start=$SECONDS
+cmake -S "$root" -B build/tsan -G Ninja -DICT_WERROR=ON -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+    -DICT_SANITIZE_THREAD=ON >/dev/null
+cmake --build build/tsan -j "$jobs" --target data_object_tests e2e_tests
+echo "=== threads (ThreadSanitizer): tests"
+tsan_log=$(mktemp)
+if ! TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1 \
+    bash -c 'build/tsan/tests/data_object/data_object_tests --gtest_brief=1 &&
+             build/tsan/tests/e2e/e2e_tests --gtest_brief=1 --gtest_filter="Parallel*:Engine*"' | tee "$tsan_log"; then
+    rm -f "$tsan_log"
+    echo "=== threads (ThreadSanitizer): FAILED" >&2
+    exit 1
+fi
+tsan_cases=$(grep -ohE '\[  PASSED  \] [0-9]+ tests?' "$tsan_log" | awk '{ n += $4 } END { print n + 0 }')
+rm -f "$tsan_log"
+summary+=("threads (ThreadSanitizer): ${tsan_cases} test cases passed, $(( (SECONDS - tsan_start) / 60 )) min $(( (SECONDS - tsan_start) % 60 )) s")
 
 stage "aarch64 (qemu)" build/aarch64 -DCMAKE_BUILD_TYPE=Release \
     -DCMAKE_TOOLCHAIN_FILE="$root/cmake/aarch64-linux-gnu.cmake"
