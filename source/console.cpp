@@ -7,6 +7,11 @@ Console::Console(bool verbose, std::ostream& output, std::ostream& error)
 {
 }
 
+bool Console::IsShown(std::uint32_t level) const
+{
+    return level == kConsoleResult || level == kConsoleFailure || (level == kConsoleDetail && verbose_);
+}
+
 void Console::Write(std::uint32_t level, const std::string& text)
 {
     std::ostream* stream = nullptr;

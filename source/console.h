@@ -18,6 +18,8 @@ public:
     virtual ~IConsole() = default;
     /// Writes `text` unchanged at `level` and flushes; unknown levels are dropped.
     virtual void Write(std::uint32_t level, const std::string& text) = 0;
+    /// False when Write drops `level`, so callers can skip making the text.
+    virtual bool IsShown(std::uint32_t level) const { return level <= kConsoleDetail; }
 };
 using IConsolePtr = std::shared_ptr<IConsole>;
 
@@ -26,6 +28,7 @@ public:
     Console(bool verbose, std::ostream& output, std::ostream& error);
 
     void Write(std::uint32_t level, const std::string& text) override;
+    bool IsShown(std::uint32_t level) const override;
 
 private:
     bool verbose_;

@@ -50,7 +50,9 @@ bool Processor::Process(ObjectKind kind, const std::string& name, const Work& wo
             throw std::bad_function_call();
         }
         work();
-        console_->Write(kConsoleDetail, Format("%1% %2% succeeded\n", kindName, name));
+        if (console_->IsShown(kConsoleDetail)) {
+            console_->Write(kConsoleDetail, Format("%1% %2% succeeded\n", kindName, name));
+        }
         if (statistics_) {
             statistics_->AddSucceeded(kind);
         }
@@ -80,7 +82,9 @@ bool Processor::IsFiltered(ObjectKind kind, const Applicability& entry, const st
     if (!filter_ || !filter_->IsFiltered(entry, Format("%1% %2%", kindName, name))) {
         return false;
     }
-    console_->Write(kConsoleDetail, Format("%1% %2% filtered\n", kindName, name));
+    if (console_->IsShown(kConsoleDetail)) {
+        console_->Write(kConsoleDetail, Format("%1% %2% filtered\n", kindName, name));
+    }
     if (statistics_) {
         statistics_->AddSkipped(kind);
     }

@@ -4,6 +4,7 @@
 #include <charconv>
 #include <cstdlib>
 #include <cstring>
+#include <system_error>
 
 #include "data_object/file.h"
 #include "openssl/sha256.h"
@@ -11,26 +12,20 @@
 
 namespace integrity_check_tool {
 
-ReadAhead::ReadAhead(std::vector<ReadAheadItem> items, unsigned threads)
+ReadAhead::ReadAhead(std::vector<ReadAheadItem> items, unsigned workers)
     : items_(std::move(items)), slots_(items_.size()), sha256_(openssl::GetSha256()),
       // A private instance without a tracer: the shared one traces its
       // creation, and the consumer's records must match a serial run.
       gost_(std::make_shared<const vorn::Gost2012>(nullptr)),
-      window_(std::max(1u, threads) * kFilesPerWorker)
+      window_((workers + 1) * kFilesPerWorker)
 {
-    threads = std::max(1u, threads);
-    workers_.reserve(threads);
+    workers_.reserve(workers);
     try {
-        for (unsigned i = 0; i < threads; ++i) {
+        for (unsigned i = 0; i < workers; ++i) {
             workers_.emplace_back([this] { Work(); });
         }
-    } catch (...) {
-        // Threads may be scarce; the ones started suffice, and with none
-        // every Take finds its item not started and computes it itself.
-        if (workers_.empty()) {
-            std::lock_guard lock(mutex_);
-            stop_ = true;
-        }
+    } catch (const std::system_error&) {
+        // Threads may be scarce: the consumer reads what no worker takes.
     }
 }
 
@@ -50,14 +45,13 @@ void ReadAhead::Work()
 {
     std::unique_lock lock(mutex_);
     for (;;) {
-        workReady_.wait(lock, [this] {
-            return stop_ || next_ >= items_.size() || next_ < cursor_ + window_;
-        });
-        if (stop_) {
-            return;
+        while (!stop_ && next_ < items_.size() && next_ >= cursor_ + window_) {
+            ++idle_;
+            workReady_.wait(lock);
+            --idle_;
         }
         next_ = std::max(next_, cursor_);  // items the consumer passed are not read
-        if (next_ >= items_.size()) {
+        if (stop_ || next_ >= items_.size()) {
             return;
         }
         const std::size_t index = next_++;
@@ -65,7 +59,9 @@ void ReadAhead::Work()
         Compute(index);
         lock.lock();
         slots_[index].done = true;
-        slotDone_.notify_all();
+        if (waitingFor_ == index) {
+            slotDone_.notify_one();
+        }
     }
 }
 
@@ -84,7 +80,7 @@ void ReadAhead::Compute(std::size_t index)
 bool ReadAhead::Take(const std::string& path, CheckType type, Blob& digest)
 {
     std::unique_lock lock(mutex_);
-    if (workers_.empty() || stop_) {
+    if (stop_) {
         return false;
     }
     // The consumer asks in the order of the list but may pass over items
@@ -104,9 +100,29 @@ bool ReadAhead::Take(const std::string& path, CheckType type, Blob& digest)
             }
         }
         cursor_ = index;
-        workReady_.notify_all();
+        // Idle workers are woken once half the window is free again, not
+        // for every file, so that small files do not cost a wake-up each.
+        if (idle_ > 0 && (index >= next_ || next_ - cursor_ <= window_ / 2)) {
+            workReady_.notify_all();
+        }
     }
-    slotDone_.wait(lock, [&] { return slots_[index].done; });
+    while (!slots_[index].done) {
+        next_ = std::max(next_, cursor_);
+        if (next_ == index || (next_ < items_.size() && next_ < cursor_ + window_)) {
+            // Rather than sleep, read a file nobody has taken: the one asked
+            // for, or the next one a worker would read. A switch of threads
+            // per file would cost more than hashing a small one.
+            const std::size_t own = next_++;
+            lock.unlock();
+            Compute(own);
+            lock.lock();
+            slots_[own].done = true;
+            continue;
+        }
+        waitingFor_ = index;
+        slotDone_.wait(lock);
+        waitingFor_ = kNobody;
+    }
     if (slots_[index].error) {
         std::rethrow_exception(slots_[index].error);
     }
@@ -134,10 +150,9 @@ IReadAheadPtr MakeReadAhead(std::vector<ReadAheadItem> items, unsigned threads)
     if (threads <= 1 || items.empty()) {
         return nullptr;
     }
-    // No more workers than files, but a single file still gets one: it is
-    // read while the checks before it run.
-    const auto count = static_cast<unsigned>(std::min<std::size_t>(threads, items.size()));
-    return std::make_shared<ReadAhead>(std::move(items), count);
+    // The consuming thread hashes too, so it is one of the threads.
+    const auto workers = static_cast<unsigned>(std::min<std::size_t>(threads - 1, items.size()));
+    return std::make_shared<ReadAhead>(std::move(items), workers);
 }
 
 void AddReadAheadItem(std::vector<ReadAheadItem>& items, std::string path, CheckType type)

@@ -35,15 +35,17 @@ struct ReadAheadItem {
 
 /// Hashes files on worker threads in the order given, never more than a
 /// fixed number of files ahead of the consumer, so memory stays bounded
-/// however long the list. Each worker reads a file as the serial path does,
-/// through a `File` data object, so a failure carries the same message.
-/// Workers never trace: the consumer's thread writes every record.
+/// however long the list. A consumer whose file is not ready hashes one
+/// itself instead of waiting. Every file is read as the serial path reads
+/// it, through a `File` data object, so a failure carries the same message.
+/// Nothing here traces: the consumer's thread writes every record.
 class ReadAhead final : public IReadAhead {
 public:
-    static constexpr std::size_t kFilesPerWorker = 8;
+    static constexpr std::size_t kFilesPerWorker = 32;
 
-    /// Starts `threads` workers (at least one) over `items`.
-    ReadAhead(std::vector<ReadAheadItem> items, unsigned threads);
+    /// Starts `workers` threads over `items`; with none, the consumer
+    /// reads every file itself.
+    ReadAhead(std::vector<ReadAheadItem> items, unsigned workers);
     /// Stops the workers; files not reached are never opened.
     ~ReadAhead() override;
 
@@ -51,7 +53,7 @@ public:
     ReadAhead& operator=(const ReadAhead&) = delete;
 
     /// Looks for `path` a little ahead of the previous request and waits
-    /// for it; earlier items are given up.
+    /// for it (or reads it); earlier items are given up.
     bool Take(const std::string& path, CheckType type, Blob& digest) override;
 
 private:
@@ -75,13 +77,17 @@ private:
     std::condition_variable slotDone_;   // consumer: a slot was filled
     std::size_t next_ = 0;               // first item no worker has taken
     std::size_t cursor_ = 0;             // the consumer's position
+    static constexpr std::size_t kNobody = ~std::size_t{0};
+    std::size_t waitingFor_ = kNobody;   // the slot the consumer waits for
+    unsigned idle_ = 0;                  // workers waiting for room in the window
     bool stop_ = false;
     std::vector<std::thread> workers_;
 };
 
-/// Number of read-ahead workers: INTEGRITY_CHECK_THREADS when it holds a
-/// positive number (at most 256), else the number of cores (at most 16).
-/// One means that files are read by the checks themselves, one by one.
+/// Number of hashing threads, the consuming one included:
+/// INTEGRITY_CHECK_THREADS when it holds a positive number (at most 256),
+/// else the number of cores (at most 16). One means that files are read by
+/// the checks themselves, one by one.
 unsigned ReadAheadThreads();
 
 /// The read-ahead for `items`, or null when `threads` is 1 or nothing is to
