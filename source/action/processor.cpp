@@ -78,8 +78,12 @@ void Processor::Filter(Manifest& manifest)
 
 bool Processor::IsFiltered(ObjectKind kind, const Applicability& entry, const std::string& name)
 {
+    // An entry without conditions applies everywhere: no need to name it.
+    if (!filter_ || entry == Applicability{}) {
+        return false;
+    }
     const char* kindName = KindName(kind);
-    if (!filter_ || !filter_->IsFiltered(entry, Format("%1% %2%", kindName, name))) {
+    if (!filter_->IsFiltered(entry, Format("%1% %2%", kindName, name))) {
         return false;
     }
     if (console_->IsShown(kConsoleDetail)) {

@@ -78,10 +78,17 @@ Result FileIO::Fill()
             return kOutOfMemory;
         }
     }
+    if (drained_) {
+        return kOk;
+    }
     for (;;) {
         const ssize_t got = ::read(fd_, buffer_.get(), capacity_);
         if (got >= 0) {
             end_ = static_cast<std::size_t>(got);
+            position_ += end_;
+            // A short read that reaches the size seen at opening is the end:
+            // asking again would cost a system call per small file.
+            drained_ = end_ < capacity_ && position_ >= size_;
             return kOk;
         }
         if (errno != EINTR) {
@@ -106,6 +113,7 @@ Result FileIO::Read(void* buffer, std::size_t size, std::size_t* bytesRead)
                 const ssize_t got = ::read(fd_, buffer, size);
                 if (got >= 0) {
                     *bytesRead = static_cast<std::size_t>(got);
+                    position_ += *bytesRead;
                     return kOk;
                 }
                 if (errno != EINTR) {
@@ -168,6 +176,8 @@ Result FileIO::Seek(std::int64_t offset, SeekOrigin origin, std::uint64_t* posit
         return LastError();
     }
     begin_ = end_ = 0;
+    position_ = static_cast<std::uint64_t>(at);
+    drained_ = false;
     if (position != nullptr) {
         *position = static_cast<std::uint64_t>(at);
     }

@@ -49,6 +49,8 @@ private:
     std::size_t capacity_;
     std::size_t begin_ = 0;  // unread window of buffer_
     std::size_t end_ = 0;
+    std::uint64_t position_ = 0;  // of the descriptor, after the buffered bytes
+    bool drained_ = false;        // the last fill reached the end
 };
 
 }  // namespace zel
