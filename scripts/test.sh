@@ -76,11 +76,12 @@ echo "=== threads (ThreadSanitizer): configure and build"
 tsan_start=$SECONDS
 cmake -S "$root" -B build/tsan -G Ninja -DICT_WERROR=ON -DCMAKE_BUILD_TYPE=RelWithDebInfo \
     -DICT_SANITIZE_THREAD=ON >/dev/null
-cmake --build build/tsan -j "$jobs" --target data_object_tests e2e_tests
+cmake --build build/tsan -j "$jobs" --target zel_tests data_object_tests e2e_tests
 echo "=== threads (ThreadSanitizer): tests"
 tsan_log=$(mktemp)
 if ! TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1 \
-    bash -c 'build/tsan/tests/data_object/data_object_tests --gtest_brief=1 &&
+    bash -c 'build/tsan/tests/zel/zel_tests --gtest_brief=1 &&
+             build/tsan/tests/data_object/data_object_tests --gtest_brief=1 &&
              build/tsan/tests/e2e/e2e_tests --gtest_brief=1 --gtest_filter="Parallel*:Engine*"' | tee "$tsan_log"; then
     rm -f "$tsan_log"
     echo "=== threads (ThreadSanitizer): FAILED" >&2

@@ -67,6 +67,36 @@ TEST(FileIOTest, SeekAccountsForBufferedBytes)
     EXPECT_EQ(size, content.size());
 }
 
+TEST(FileIOTest, LargeFilesReadOnAThreadOfTheirOwnGiveTheSameBytesAndSeek)
+{
+    TempDir dir;
+    const std::string content = Pattern(FileIO::kBackgroundReadSize + 123'457);
+    WriteFile(dir / "large", content);
+    for (std::size_t chunk : {std::size_t{4096}, std::size_t{3'000'001}}) {
+        IIOPtr io;
+        ASSERT_EQ(FileIO::Open((dir / "large").string(), OpenMode::Read, io), kOk);
+        EXPECT_TRUE(ReadAll(*io, chunk) == content) << chunk;
+    }
+    // A seek leaves the reading thread behind, wherever it had got to.
+    IIOPtr io;
+    ASSERT_EQ(FileIO::Open((dir / "large").string(), OpenMode::Read, io), kOk);
+    std::string buffer(5'000'000, '\0');
+    std::size_t got = 0;
+    ASSERT_EQ(io->Read(buffer.data(), 4096, &got), kOk);
+    ASSERT_EQ(got, 4096u);
+    std::uint64_t position = 0;
+    ASSERT_EQ(io->Seek(-96, SeekOrigin::Current, &position), kOk);
+    EXPECT_EQ(position, 4000u);
+    EXPECT_TRUE(ReadAll(*io, 65536) == content.substr(4000));
+    ASSERT_EQ(io->Seek(-10, SeekOrigin::End, &position), kOk);
+    EXPECT_EQ(ReadAll(*io, 4096), content.substr(content.size() - 10));
+    // Closing before the end stops the thread.
+    IIOPtr partial;
+    ASSERT_EQ(FileIO::Open((dir / "large").string(), OpenMode::Read, partial), kOk);
+    ASSERT_EQ(partial->Read(buffer.data(), 10, &got), kOk);
+    EXPECT_EQ(buffer.substr(0, 10), content.substr(0, 10));
+}
+
 TEST(FileIOTest, OpenFailuresCarryTheSystemError)
 {
     TempDir dir;

@@ -15,6 +15,9 @@ namespace {
 
 Result LastError() { return ResultFromErrno(errno); }
 
+constexpr std::size_t kBackgroundBlock = 1024 * 1024;
+constexpr std::size_t kBackgroundBlocks = 4;
+
 }  // namespace
 
 Result FileIO::Open(const std::string& path, OpenMode mode, IIOPtr& io, std::size_t readAhead)
@@ -50,12 +53,20 @@ Result FileIO::Open(const std::string& path, OpenMode mode, IIOPtr& io, std::siz
     if (mode == OpenMode::Read && status.st_size >= (off_t{1} << 20)) {
         ::posix_fadvise(fd, 0, 0, POSIX_FADV_SEQUENTIAL);
     }
+    FileIO* file = nullptr;
     try {
-        io.reset(new FileIO(fd, static_cast<std::uint64_t>(status.st_size),
-                            mode == OpenMode::Read ? readAhead : 0));
+        file = new FileIO(fd, static_cast<std::uint64_t>(status.st_size), mode == OpenMode::Read ? readAhead : 0);
     } catch (const std::bad_alloc&) {
         ::close(fd);
         return kOutOfMemory;
+    }
+    io.reset(file);
+    if (mode == OpenMode::Read && static_cast<std::uint64_t>(status.st_size) >= kBackgroundReadSize) {
+        try {
+            file->background_ = std::make_unique<BlockReader>(fd, kBackgroundBlock, kBackgroundBlocks);
+        } catch (const std::exception&) {
+            // No thread or no memory for it: the file is read in place.
+        }
     }
     return kOk;
 }
@@ -67,7 +78,49 @@ FileIO::FileIO(int fd, std::uint64_t size, std::size_t readAhead)
 {
 }
 
-FileIO::~FileIO() { ::close(fd_); }
+FileIO::~FileIO()
+{
+    StopBackground();
+    ::close(fd_);
+}
+
+void FileIO::StopBackground()
+{
+    if (block_ != nullptr) {
+        background_->Release(block_);
+        block_ = nullptr;
+    }
+    background_.reset();
+    backgroundEnded_ = false;
+}
+
+Result FileIO::ReadBackground(void* buffer, std::size_t size, std::size_t* bytesRead)
+{
+    if (backgroundEnded_) {
+        return backgroundResult_;
+    }
+    if (block_ == nullptr) {
+        block_ = background_->Next();
+        blockOffset_ = 0;
+        if (block_->size == 0) {
+            backgroundResult_ = block_->result;
+            backgroundEnded_ = true;
+            background_->Release(block_);
+            block_ = nullptr;
+            return backgroundResult_;
+        }
+    }
+    const std::size_t count = std::min(size, block_->size - blockOffset_);
+    std::memcpy(buffer, block_->data.get() + blockOffset_, count);
+    blockOffset_ += count;
+    delivered_ += count;
+    *bytesRead = count;
+    if (blockOffset_ == block_->size) {
+        background_->Release(block_);
+        block_ = nullptr;
+    }
+    return kOk;
+}
 
 Result FileIO::Fill()
 {
@@ -105,6 +158,9 @@ Result FileIO::Read(void* buffer, std::size_t size, std::size_t* bytesRead)
     *bytesRead = 0;
     if (size == 0) {
         return kOk;
+    }
+    if (background_) {
+        return ReadBackground(buffer, size, bytesRead);
     }
     if (begin_ == end_) {
         if (size >= capacity_) {
@@ -163,6 +219,15 @@ Result FileIO::Write(const void* buffer, std::size_t size, std::size_t* bytesWri
 
 Result FileIO::Seek(std::int64_t offset, SeekOrigin origin, std::uint64_t* position)
 {
+    if (background_) {
+        // The reader thread has moved the descriptor: seek from what the
+        // caller has seen, and read in place from there on.
+        if (origin == SeekOrigin::Current) {
+            offset += static_cast<std::int64_t>(delivered_);
+            origin = SeekOrigin::Begin;
+        }
+        StopBackground();
+    }
     int whence = SEEK_SET;
     if (origin == SeekOrigin::Current) {
         whence = SEEK_CUR;

@@ -5,6 +5,7 @@
 #include <string>
 #include <memory>
 
+#include "zel/block_reader.h"
 #include "zel/io.h"
 
 namespace zel {
@@ -20,6 +21,9 @@ enum class OpenMode {
 class FileIO final : public IIO {
 public:
     static constexpr std::size_t kDefaultReadAhead = 256 * 1024;
+    /// Files at least this large are read by a thread of their own, a few
+    /// blocks ahead, so that reading overlaps with using the bytes.
+    static constexpr std::uint64_t kBackgroundReadSize = 16 * 1024 * 1024;
 
     /// Opens `path`; on failure returns the system error and leaves `io` empty.
     static Result Open(const std::string& path, OpenMode mode, IIOPtr& io,
@@ -40,6 +44,8 @@ private:
     ~FileIO() override;
 
     Result Fill();
+    Result ReadBackground(void* buffer, std::size_t size, std::size_t* bytesRead);
+    void StopBackground();
 
     int fd_;
     std::uint64_t size_;
@@ -51,6 +57,12 @@ private:
     std::size_t end_ = 0;
     std::uint64_t position_ = 0;  // of the descriptor, after the buffered bytes
     bool drained_ = false;        // the last fill reached the end
+    std::unique_ptr<BlockReader> background_;  // large files only, until a seek
+    BlockReader::Block* block_ = nullptr;       // the block being handed out
+    std::size_t blockOffset_ = 0;
+    std::uint64_t delivered_ = 0;                // bytes handed out by the background path
+    bool backgroundEnded_ = false;
+    Result backgroundResult_ = kOk;
 };
 
 }  // namespace zel
