@@ -9,6 +9,7 @@
 
 #include "data_object/messages.h"
 #include "exception.h"
+#include "utils/utils.h"
 
 namespace integrity_check_tool {
 
@@ -49,6 +50,21 @@ zel::IIOPtr File::GetData()
         zel::IIOPtr io;
         ZEL_CHECK(zel::FileIO::Open(path_, zel::OpenMode::Read, io));
         return io;
+    });
+}
+
+}  // namespace integrity_check_tool
+
+namespace integrity_check_tool {
+
+Blob IDataObject::ReadContent(std::uint64_t limit) { return ReadWholeStream(*GetData(), limit); }
+
+Blob File::ReadContent(std::uint64_t limit)
+{
+    return UnifyError([&] {
+        zel::IIOPtr io;
+        ZEL_CHECK(zel::FileIO::Open(path_, zel::OpenMode::Read, io));
+        return ReadWholeStream(*io, limit);
     });
 }
 

@@ -16,6 +16,8 @@ public:
     bool IsExists() override;
     /// The file's content; anything but a readable regular file fails.
     zel::IIOPtr GetData() override;
+    /// Fails like GetData, and with the reason "Object is too large".
+    Blob ReadContent(std::uint64_t limit) override;
 
     const std::string& GetPath() const noexcept { return path_; }
 

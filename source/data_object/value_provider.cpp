@@ -11,7 +11,7 @@ void Empty::GetValue(IDataObject&, Blob& value) const { value.clear(); }
 
 void Raw::GetValue(IDataObject& object, Blob& value) const
 {
-    value = ReadWholeStream(*object.GetData());
+    value = object.ReadContent(kMaxValueSize);
 }
 
 void Hash::GetValue(IDataObject& object, Blob& value) const

@@ -27,9 +27,11 @@ public:
     void GetValue(IDataObject& object, Blob& value) const override;
 };
 
-/// The object's whole content.
+/// The object's whole content, at most kMaxValueSize bytes: a value check
+/// of a huge or endless file fails instead of exhausting memory.
 class Raw final : public IValueProvider {
 public:
+    static constexpr std::uint64_t kMaxValueSize = 16 * 1024 * 1024;
     void GetValue(IDataObject& object, Blob& value) const override;
 };
 

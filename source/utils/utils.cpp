@@ -11,12 +11,17 @@ std::string VersionLine() { return Format("Version %1%", kProgramVersion); }
 
 std::string SchemaLine() { return Format("Schema version: %1%", kSchemaVersion); }
 
-Blob ReadWholeStream(zel::IIO& io)
+Blob ReadWholeStream(zel::IIO& io, std::uint64_t limit)
 {
     std::uint64_t size = 0;
     Blob content;
-    if (zel::Succeeded(io.GetSize(&size)) && size < (std::uint64_t{1} << 32)) {
-        content.reserve(static_cast<std::size_t>(size));
+    if (zel::Succeeded(io.GetSize(&size))) {
+        if (size > limit) {
+            ZEL_CHECK(zel::kTooLarge);
+        }
+        if (size < (std::uint64_t{1} << 32)) {
+            content.reserve(static_cast<std::size_t>(size));
+        }
     }
     std::uint8_t chunk[64 * 1024];
     for (;;) {
@@ -24,6 +29,10 @@ Blob ReadWholeStream(zel::IIO& io)
         ZEL_CHECK(io.Read(chunk, sizeof chunk, &got));
         if (got == 0) {
             break;
+        }
+        // A file that grows while it is read must not exhaust memory either.
+        if (got > limit - content.size()) {
+            ZEL_CHECK(zel::kTooLarge);
         }
         content.insert(content.end(), chunk, chunk + got);
     }

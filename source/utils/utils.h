@@ -20,8 +20,10 @@ std::string VersionLine();
 std::string SchemaLine();
 
 /// The rest of `io` up to its end, however long the size said it was (files
-/// may change while read); throws zel::Exception when a read fails.
-Blob ReadWholeStream(zel::IIO& io);
+/// may change while read); throws zel::Exception when a read fails, and
+/// with zel::kTooLarge when the stream says or turns out to hold more than
+/// `limit` bytes.
+Blob ReadWholeStream(zel::IIO& io, std::uint64_t limit = UINT64_MAX);
 
 /// The whole content of the file at `path`; throws zel::Exception when the
 /// file cannot be opened or read.
