@@ -4,7 +4,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
+#include <csignal>
 #include <random>
 
 #include "exception.h"
@@ -26,10 +28,46 @@ std::string RandomSuffix()
     return suffix;
 }
 
+// The temporary file being written, for the signal handler: a process
+// stopped by Ctrl-C or a termination request leaves no half-written file
+// behind. One file is written at a time, always on the main thread.
+std::atomic<const char*> pendingTemporary{nullptr};
+
+extern "C" void RemoveTemporaryAndDie(int signalNumber)
+{
+    if (const char* path = pendingTemporary.exchange(nullptr)) {
+        ::unlink(path);
+    }
+    std::signal(signalNumber, SIG_DFL);
+    std::raise(signalNumber);
+}
+
+void InstallSignalCleanup()
+{
+    static const bool installed = [] {
+        for (const int signalNumber : {SIGINT, SIGTERM, SIGHUP}) {
+            struct sigaction current {};
+            // A signal the caller chose to ignore stays ignored.
+            if (::sigaction(signalNumber, nullptr, &current) == 0 && current.sa_handler == SIG_DFL) {
+                struct sigaction action {};
+                action.sa_handler = RemoveTemporaryAndDie;
+                sigemptyset(&action.sa_mask);
+                ::sigaction(signalNumber, &action, nullptr);
+            }
+        }
+        // Past a file-size limit a write then fails with EFBIG and is
+        // reported, instead of the signal ending the process mid-write.
+        std::signal(SIGXFSZ, SIG_IGN);
+        return true;
+    }();
+    (void)installed;
+}
+
 }  // namespace
 
 AtomicFile::AtomicFile(Path target) : target_(std::move(target))
 {
+    InstallSignalCleanup();
     const Path directory = target_.has_parent_path() ? target_.parent_path() : Path(".");
     for (int attempt = 0; attempt < 16 && !stream_; ++attempt) {
         temporary_ = directory / ("." + target_.filename().string() + ".tmp" + RandomSuffix());
@@ -48,6 +86,7 @@ AtomicFile::AtomicFile(Path target) : target_(std::move(target))
             ICT_THROW(kWriteFailed, target_.string(), zel::ResultMessage(result));
         }
         stream_ = stream;
+        pendingTemporary.store(temporary_.c_str());
     }
     if (!stream_) {
         ICT_THROW(kWriteFailed, target_.string(), "no free temporary name");
@@ -56,6 +95,7 @@ AtomicFile::AtomicFile(Path target) : target_(std::move(target))
 
 AtomicFile::~AtomicFile()
 {
+    pendingTemporary.store(nullptr);
     stream_.reset();
     if (!committed_) {
         ::unlink(temporary_.c_str());
@@ -92,6 +132,9 @@ void AtomicFile::Commit()
     stream_.reset();
     if (zel::Succeeded(result) && ::rename(temporary_.c_str(), target_.c_str()) != 0) {
         result = zel::ResultFromErrno(errno);
+    }
+    if (zel::Succeeded(result)) {
+        pendingTemporary.store(nullptr);  // the name is the target's now
     }
     if (zel::Failed(result)) {
         ICT_THROW(kWriteFailed, target_.string(), zel::ResultMessage(result));
