@@ -12,7 +12,11 @@ set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE BOTH)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
-set(CMAKE_CROSSCOMPILING_EMULATOR "qemu-aarch64;-L;/usr/aarch64-linux-gnu")
+# The emulated programs load the multiarch loader and libc (libc6:arm64)
+# from /: the cross toolchain's loader in /usr/aarch64-linux-gnu would pick
+# up that libc too, and a loader and libc of two builds hang in the first
+# pthread_create.
+set(CMAKE_CROSSCOMPILING_EMULATOR "qemu-aarch64;-L;/")
 # pkg-config must describe the target's libraries, not the build machine's.
 set(ENV{PKG_CONFIG_LIBDIR} "/usr/lib/aarch64-linux-gnu/pkgconfig:/usr/share/pkgconfig")
 set(ENV{PKG_CONFIG_PATH} "")

@@ -3,7 +3,8 @@
 #   1. release build, warnings as errors;
 #   2. debug build under AddressSanitizer and UndefinedBehaviorSanitizer,
 #      then the read-ahead and engine tests under ThreadSanitizer;
-#   3. AArch64 cross build, tests run under qemu user emulation;
+#   3. AArch64 cross build under the same sanitizers, tests and the fuzz
+#      seed corpora run under qemu user emulation;
 # then builds the libFuzzer targets with clang and runs each briefly on its
 # seed corpus (FUZZ_SECONDS each, default 30).
 # Fails when any build, test or sanitizer report fails.
@@ -91,11 +92,29 @@ tsan_cases=$(grep -ohE '\[  PASSED  \] [0-9]+ tests?' "$tsan_log" | awk '{ n += 
 rm -f "$tsan_log"
 summary+=("threads (ThreadSanitizer): ${tsan_cases} test cases passed, $(( (SECONDS - tsan_start) / 60 )) min $(( (SECONDS - tsan_start) % 60 )) s")
 
-stage "aarch64 (qemu)" build/aarch64 -DCMAKE_BUILD_TYPE=Release \
-    -DCMAKE_TOOLCHAIN_FILE="$root/cmake/aarch64-linux-gnu.cmake"
+# The fuzz targets' seeds, replayed under emulation below and fuzzed from
+# natively at the end.
+corpus=$(mktemp -d)
+bash fuzz/make_corpus.sh "$corpus" >/dev/null
 
-emulator=(qemu-aarch64 -L /usr/aarch64-linux-gnu)
+# AArch64: an optimised build under AddressSanitizer and
+# UndefinedBehaviorSanitizer (LeakSanitizer does not work under qemu), with
+# the fuzz targets as programs that replay their seed corpora.
+export ASAN_OPTIONS=detect_leaks=0:abort_on_error=1
+export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
+stage "aarch64 (qemu, ASan+UBSan)" build/aarch64 -DCMAKE_BUILD_TYPE=RelWithDebInfo -DICT_SANITIZE=ON \
+    -DICT_BUILD_FUZZ_REPLAY=ON -DCMAKE_TOOLCHAIN_FILE="$root/cmake/aarch64-linux-gnu.cmake"
+
+emulator=(qemu-aarch64 -L /)  # as in cmake/aarch64-linux-gnu.cmake
 private_run "aarch64 (qemu)" build/aarch64 "${emulator[@]}"
+
+echo "=== aarch64 (qemu, ASan+UBSan): fuzz seed corpora"
+for fuzzer in build/aarch64/fuzz/*_fuzzer; do
+    name=$(basename "$fuzzer")
+    printf '%s: ' "$name"
+    "${emulator[@]}" "$fuzzer" "$corpus/$name"
+done
+unset ASAN_OPTIONS UBSAN_OPTIONS
 
 echo "=== aarch64: program checks"
 for program in integrity_checker integrity_check_tool integrity_tester; do
@@ -119,8 +138,6 @@ fuzz_start=$SECONDS
 CC=clang CXX=clang++ cmake -S "$root" -B build/fuzz -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
     -DICT_BUILD_FUZZ=ON -DICT_SANITIZE=ON -DICT_BUILD_TESTS=OFF >/dev/null
 cmake --build build/fuzz -j "$jobs"
-corpus=$(mktemp -d)
-bash fuzz/make_corpus.sh "$corpus" >/dev/null
 fuzz_runs=0
 for fuzzer in build/fuzz/fuzz/*_fuzzer; do
     name=$(basename "$fuzzer")

@@ -1,5 +1,7 @@
 #include "manifest/environment.h"
 
+#include <algorithm>
+
 #include <boost/regex.hpp>
 
 #include "config.h"
@@ -101,6 +103,13 @@ std::string Environment::ExpandWith(const std::string& text, bool strict) const
     // without one per path.
     std::string result;
     result.reserve(text.size());
+    const std::size_t limit = std::max(text.size(), kMaxExpandedSize);
+    const auto checkSize = [&](const std::string& key) {
+        if (result.size() > limit) {
+            ICT_THROW("Expansion of environment variable %1% is longer than %2% bytes", key, limit);
+        }
+    };
+    std::string key;
     std::size_t copied = 0;
     std::size_t open = text.find('%');
     while (open != std::string::npos) {
@@ -115,16 +124,18 @@ std::string Environment::ExpandWith(const std::string& text, bool strict) const
         }
         result.append(text, copied, open - copied);
         copied = close + 1;
-        const std::string key = text.substr(open + 1, close - open - 1);
+        key.assign(text, open + 1, close - open - 1);
         if (!AppendValue(key, result)) {
             if (strict) {
                 ICT_THROW("Unknown environment variable %1%", key);
             }
             result.append(text, open, close - open + 1);
         }
+        checkSize(key);
         open = text.find('%', copied);
     }
     result.append(text, copied, std::string::npos);
+    checkSize(key);
     return result;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <map>
 #include <optional>
 #include <string>
@@ -25,6 +26,8 @@ public:
     /// The variable's value; throws Exception "Unknown environment variable %1%".
     virtual std::string GetValue(const std::string& name) const = 0;
     /// Replaces every %Name% in one pass; throws as GetValue for an unknown name.
+    /// Both expansions throw Exception when the result would be longer than
+    /// the text and than Environment::kMaxExpandedSize.
     virtual std::string ExpandStrict(const std::string& text) const = 0;
     /// Replaces every known %Name% in one pass, leaving unknown ones as written.
     virtual std::string Expand(const std::string& text) const = 0;
@@ -35,6 +38,11 @@ public:
 /// The variable table, predefined with ManifestPath and ProductRoot.
 class Environment final : public IEnvironment, private zel::TracerProvider {
 public:
+    /// Longest result an expansion may grow a text to: no longer path can be
+    /// opened (PATH_MAX), and without a bound variables defined from each
+    /// other double in length with every definition.
+    static constexpr std::size_t kMaxExpandedSize = 4096;
+
     Environment(const Path& manifestPath, zel::IEnvironmentVariablesPtr process,
                 zel::ITracerPtr tracer);
 

@@ -129,7 +129,10 @@ void PathSortKeys::Compact()
     text_.resize(bytes);
     char* at = text_.data();
     for (Key& key : keys_) {
-        std::memcpy(at, key.data, key.size);
+        // An absent path has no data at all, and memcpy takes no null source.
+        if (key.size != 0) {
+            std::memcpy(at, key.data, key.size);
+        }
         key.data = at;
         at += key.size;
     }

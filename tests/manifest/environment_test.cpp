@@ -94,6 +94,21 @@ TEST_F(EnvironmentTest, ExpansionIsSinglePassAndKeepsUnknownPlaceholders)
     EXPECT_TRUE(environment.IsSameVariable("%Bin%", "Bin"));
 }
 
+TEST_F(EnvironmentTest, ExpansionMayNotGrowPastTheLongestPath)
+{
+    // Variables defined from each other double with every definition; a
+    // few hundred bytes of manifest must not ask for gigabytes.
+    Environment environment = Make();
+    environment.SetValue("Half", std::string(3000, 'h'));
+    EXPECT_EQ(environment.Expand("%Half%").size(), 3000u);
+    EXPECT_EQ(MessageOf([&] { environment.Expand("%Half%/%Half%"); }),
+              "Expansion of environment variable Half is longer than 4096 bytes");
+    EXPECT_EQ(MessageOf([&] { environment.ExpandStrict("/x/%Half%%Half%"); }),
+              "Expansion of environment variable Half is longer than 4096 bytes");
+    const std::string longText(5000, 'p');
+    EXPECT_EQ(environment.Expand(longText), longText) << "what is already long may stay so";
+}
+
 TEST_F(EnvironmentTest, EmptyValueIsRefusedAndLeavesTheTable)
 {
     Environment environment = Make();
