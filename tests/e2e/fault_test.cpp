@@ -100,6 +100,10 @@ TEST_F(FaultTest, FullFileSystemKeepsTheOriginal)
 
 TEST_F(FaultTest, FileSizeLimitKeepsTheOriginal)
 {
+    if (!EmulatorCommand().empty()) {
+        // The emulator keeps the signal's default action on the host.
+        GTEST_SKIP() << "a file-size limit ends the emulator itself";
+    }
     // Past the limit a write fails with EFBIG; the signal it also raises must
     // not end the writer before it has cleaned up.
     ExpectEveryWriterFails(shared_ / "integrity_check.xml", "File too large", {"prlimit", "--fsize=150"});
