@@ -114,7 +114,6 @@ for fuzzer in build/aarch64/fuzz/*_fuzzer; do
     printf '%s: ' "$name"
     "${emulator[@]}" "$fuzzer" "$corpus/$name"
 done
-unset ASAN_OPTIONS UBSAN_OPTIONS
 
 echo "=== aarch64: program checks"
 for program in integrity_checker integrity_check_tool integrity_tester; do
@@ -132,6 +131,7 @@ if [ "$native" != "$emulated" ]; then
     exit 1
 fi
 printf '%s\n' "$emulated"
+unset ASAN_OPTIONS UBSAN_OPTIONS
 
 echo "=== fuzz: build (clang, ASan+UBSan)"
 fuzz_start=$SECONDS
