@@ -5,32 +5,18 @@
 #include <stdexcept>
 #include <vector>
 
-#include <boost/filesystem/path.hpp>
 #include <zel/service_locator.h>
 
 #include "application.h"
 #include "exception.h"
+#include "utils/utils.h"
 
 namespace integrity_check_tool {
-
-namespace {
-
-void SetUpLocale()
-{
-    try {
-        std::locale::global(std::locale(""));
-    } catch (const std::runtime_error&) {
-        // An unknown LANG leaves the classic locale; paths stay byte strings.
-    }
-    boost::filesystem::path::imbue(std::locale());
-}
-
-}  // namespace
 
 int RunProgram(int argc, char** argv, const std::function<ArgumentsPtr()>& createArguments)
 {
     try {
-        SetUpLocale();
+        SetUpGlobalLocale();
         const std::vector<std::string> arguments(argv, argv + argc);
         ArgumentsPtr parsed = createArguments();
         parsed->Parse(arguments);

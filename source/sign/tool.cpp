@@ -9,7 +9,7 @@
 #include "sign/signer_factory.h"
 #include "utils/atomic_file.h"
 
-#include <boost/filesystem/path.hpp>
+#include "utils/utils.h"
 #include <iostream>
 #include <locale>
 #include <stdexcept>
@@ -18,16 +18,6 @@
 namespace integrity_check_tool::sign {
 
 namespace {
-
-void SetUpLocale()
-{
-    try {
-        std::locale::global(std::locale(""));
-    } catch (const std::runtime_error&) {
-        // An unknown LANG leaves the classic locale; paths stay byte strings.
-    }
-    boost::filesystem::path::imbue(std::locale());
-}
 
 void WriteAtomically(const Path& path, std::string_view content)
 {
@@ -65,7 +55,7 @@ void MakeContainer(const ContainerOptions& options)
 int RunSignTool(int argc, char** argv)
 {
     try {
-        SetUpLocale();
+        SetUpGlobalLocale();
         SignArguments arguments;
         arguments.Parse({argv, argv + argc});
         if (arguments.IsHelpRequested()) {

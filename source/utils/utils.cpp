@@ -1,5 +1,10 @@
 #include "utils/utils.h"
 
+#include <locale>
+#include <stdexcept>
+
+#include <boost/filesystem/path.hpp>
+
 #include <zel/exception.h>
 #include <zel/file_io.h>
 
@@ -10,6 +15,16 @@ namespace integrity_check_tool {
 std::string VersionLine() { return Format("Version %1%", kProgramVersion); }
 
 std::string SchemaLine() { return Format("Schema version: %1%", kSchemaVersion); }
+
+void SetUpGlobalLocale()
+{
+    try {
+        std::locale::global(std::locale(""));
+    } catch (const std::runtime_error&) {
+        // An unknown LANG leaves the classic locale; paths stay byte strings.
+    }
+    boost::filesystem::path::imbue(std::locale());
+}
 
 Blob ReadWholeStream(zel::IIO& io, std::uint64_t limit)
 {

@@ -19,6 +19,10 @@ std::string VersionLine();
 /// "Schema version: <schema version>".
 std::string SchemaLine();
 
+/// Makes the environment's locale the global one (the classic one when
+/// LANG names none installed) and has paths convert with it.
+void SetUpGlobalLocale();
+
 /// The rest of `io` up to its end, however long the size said it was (files
 /// may change while read); throws zel::Exception when a read fails, and
 /// with zel::kTooLarge when the stream says or turns out to hold more than
