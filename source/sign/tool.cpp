@@ -8,11 +8,9 @@
 #include "sign/key_generator.h"
 #include "sign/signer_factory.h"
 #include "utils/atomic_file.h"
-
 #include "utils/utils.h"
+
 #include <iostream>
-#include <locale>
-#include <stdexcept>
 #include <string_view>
 
 namespace integrity_check_tool::sign {
