@@ -8,6 +8,7 @@
 
 #include "data_object/file.h"
 #include "openssl/sha256.h"
+#include "utils/format.h"
 #include "vorn/gost2012.h"
 
 namespace integrity_check_tool {
@@ -20,6 +21,7 @@ ReadAhead::ReadAhead(std::vector<ReadAheadItem> items, unsigned workers)
       window_((workers + 1) * kFilesPerWorker)
 {
     workers_.reserve(workers);
+    PrepareFormatForThreads();  // workers format the messages of unreadable files
     try {
         for (unsigned i = 0; i < workers; ++i) {
             workers_.emplace_back([this] { Work(); });
