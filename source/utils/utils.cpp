@@ -5,6 +5,7 @@
 
 #include <boost/filesystem/path.hpp>
 
+#include <zel/available_memory.h>
 #include <zel/exception.h>
 #include <zel/file_io.h>
 
@@ -33,6 +34,9 @@ Blob ReadWholeStream(zel::IIO& io, std::uint64_t limit)
     if (zel::Succeeded(io.GetSize(&size))) {
         if (size > limit) {
             ZEL_CHECK(zel::kTooLarge);
+        }
+        if (!zel::FitsInMemory(size)) {
+            ZEL_CHECK(zel::kOutOfMemory);
         }
         if (size < (std::uint64_t{1} << 32)) {
             content.reserve(static_cast<std::size_t>(size));

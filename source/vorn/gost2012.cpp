@@ -11,6 +11,7 @@
 #include <atomic>
 #include <optional>
 #include <new>
+#include <zel/available_memory.h>
 #include <zel/file_io.h>
 
 namespace integrity_check_tool::vorn {
@@ -72,7 +73,7 @@ Blob ReadSignedFile(const Path& file, std::optional<StreamedDigest>& digest)
     if (zel::Failed(io->GetSize(&size))) {
         VORN_THROW(kObjectHashStep, kHashInputError);
     }
-    if (size > kMaxSignedFileSize) {
+    if (size > kMaxSignedFileSize || !zel::FitsInMemory(size)) {
         VORN_THROW(kObjectHashStep, kOutOfMemory);
     }
     try {

@@ -3,6 +3,11 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <cstdint>
+#include <fstream>
+#include <string>
+#include <vector>
+
 #include <boost/filesystem/operations.hpp>
 #include <gtest/gtest.h>
 
@@ -107,6 +112,61 @@ TEST_F(HostileFileTest, SingleFileValuesRefuseOddFiles)
     const ProcessResult value = RunProgram(Program::CheckTool, {"-z", longPath_});
     EXPECT_EQ(value.exitStatus, 0) << value.err;
     EXPECT_EQ(value.out, "bG9uZw==\nSUCCEEDED\n");
+}
+
+/// MemAvailable plus SwapFree, in bytes, as the programs see it.
+std::uint64_t SystemAvailableMemory()
+{
+    std::ifstream meminfo("/proc/meminfo");
+    std::uint64_t total = 0;
+    std::string name;
+    std::uint64_t kib = 0;
+    std::string unit;
+    while (meminfo >> name >> kib) {
+        if (name == "MemAvailable:" || name == "SwapFree:") {
+            total += kib * 1024;
+        }
+        std::getline(meminfo, unit);
+    }
+    return total;
+}
+
+TEST(HugeManifestTest, ManifestsTheMachineCannotHoldAreRefusedBeforeTheyAreRead)
+{
+    TempDir dir;
+    const std::string huge = (dir / "huge.xml").string();
+    const std::string half = (dir / "half.xml").string();
+    WriteFile(huge, "");
+    WriteFile(half, "");
+    boost::system::error_code error;
+    boost::filesystem::resize_file(huge, std::uint64_t{4} << 40, error);
+    if (error) {
+        GTEST_SKIP() << "the file system holds no sparse file of 4 TiB: " << error.message();
+    }
+    // Half the memory fits as text, but not as the model it parses into.
+    boost::filesystem::resize_file(half, SystemAvailableMemory() / 2);
+    const std::string pki = DemoPki("regular/");
+    const std::string outOfMemory = "(Out of memory)";
+    const struct {
+        Program program;
+        std::vector<std::string> arguments;
+        std::string message;
+    } runs[] = {
+        {Program::Tester, {"--without-signature", huge}, outOfMemory},
+        {Program::Checker, {huge}, outOfMemory},
+        {Program::Checker, {"--signature-type", "vorn2", huge}, "Failed to allocate necessary memory"},
+        {Program::CheckTool, {"-n", "-m", huge}, outOfMemory},
+        {Program::CheckTool, {"-n", "-m", half}, outOfMemory},
+        {Program::Sign, {"--type", "lum", "--key", pki + "leaf.key", "--cert", pki + "leaf.pem", huge},
+         huge + " is too large"},
+    };
+    for (const auto& run : runs) {
+        SCOPED_TRACE(run.arguments.front() + " " + run.arguments.back());
+        const ProcessResult result = RunProgram(run.program, run.arguments);
+        EXPECT_EQ(result.exitStatus, 1);
+        EXPECT_NE(result.err.find(run.message), std::string::npos) << result.err;
+    }
+    EXPECT_EQ(boost::filesystem::file_size(huge), std::uint64_t{4} << 40);
 }
 
 }  // namespace
