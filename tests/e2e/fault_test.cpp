@@ -28,6 +28,10 @@ protected:
         original_ = "<Manifest productName=\"Old\" productVersion=\"1.0\">\n    <File path=\"" +
                     (shared_ / "config.xml").string() + "\">\n        <Check type=\"Exists\" />\n"
                                                         "    </File>\n</Manifest>\n";
+        // The checkout may be private; unprivileged writers sign with copies.
+        for (const char* name : {"leaf.key", "leaf.pem", "inter.pem", "gost512.key"}) {
+            WriteFile(shared_ / "keys" / name, ReadFile(DemoPki(std::string("regular/") + name)));
+        }
         namespace fs = boost::filesystem;
         for (fs::recursive_directory_iterator it(shared_.path()), end; it != end; ++it) {
             fs::permissions(it->path(), fs::is_directory(it->path()) ? fs::perms(0755) : fs::perms(0644));
@@ -39,11 +43,12 @@ protected:
     std::vector<std::pair<Program, std::vector<std::string>>> Writers(const Path& manifest) const
     {
         const std::string target = manifest.string();
+        const auto key = [this](const char* name) { return (shared_ / "keys" / name).string(); };
         return {{Program::CheckTool, {"-g", "-c", (shared_ / "config.xml").string(), "-m", target}},
                 {Program::CheckTool, {"-n", "-m", target}},
-                {Program::Sign, {"--type", "lum", "--key", DemoPki("regular/leaf.key"), "--cert",
-                                 DemoPki("regular/leaf.pem"), "--chain", DemoPki("regular/inter.pem"), target}},
-                {Program::Sign, {"--type", "vorn2", "--key", DemoPki("regular/gost512.key"), target}}};
+                {Program::Sign, {"--type", "lum", "--key", key("leaf.key"), "--cert", key("leaf.pem"), "--chain",
+                                 key("inter.pem"), target}},
+                {Program::Sign, {"--type", "vorn2", "--key", key("gost512.key"), target}}};
     }
 
     /// Runs each writer on a fresh copy of the original and checks what it left.
