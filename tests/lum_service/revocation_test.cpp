@@ -17,38 +17,32 @@ struct Report {
     std::int32_t result = 0;
 };
 
+/// Required roots A and B, optional root C.
 class RevocationCheckerTest : public ::testing::Test {
 protected:
     static void SetUpTestSuite()
     {
-        a_ = new Hierarchy(Hierarchy::Make("A", 0x1001));
-        b_ = new Hierarchy(Hierarchy::Make("B", 0x2001));
-        c_ = new Hierarchy(Hierarchy::Make("C", 0x3001));
+        for (const char* name : {"A", "B", "C"}) {
+            hierarchies_.push_back(Hierarchy::Make(name, 0x1001 + 0x1000 * hierarchies_.size()));
+        }
     }
-    static void TearDownTestSuite()
-    {
-        delete a_;
-        delete b_;
-        delete c_;
-    }
+    static void TearDownTestSuite() { hierarchies_.clear(); }
     void SetUp() override { ASSERT_EQ(LumInitializeLibrary(), lumOk); }
     void TearDown() override { LumReleaseLibrary(); }
 
-    static const Hierarchy& A() { return *a_; }
-    static const Hierarchy& B() { return *b_; }
-    static const Hierarchy& C() { return *c_; }
+    static const Hierarchy& A() { return hierarchies_[0]; }
+    static const Hierarchy& B() { return hierarchies_[1]; }
     static RevocationDatabase Database(const Hierarchy& hierarchy,
                                        std::vector<std::uint64_t> serials = {})
     {
         return {hierarchy.HierarchyId(), hierarchy.Crl(serials)};
     }
 
-    /// Required roots A and B, optional root C.
     std::int32_t Create(const Bytes& container)
     {
         const Bytes a = A().root.ToDer();
         const Bytes b = B().root.ToDer();
-        const Bytes c = C().root.ToDer();
+        const Bytes c = hierarchies_[2].root.ToDer();
         const std::vector<ByteSpan> required{a, b};
         const std::vector<ByteSpan> optional{c};
         reports_.clear();
@@ -62,43 +56,24 @@ protected:
             checker_);
     }
 
-    void ExpectOneReport(const std::string& message, std::int32_t result, std::uint32_t index)
-    {
-        ASSERT_EQ(reports_.size(), 1u);
-        EXPECT_EQ(reports_[0].message, message);
-        EXPECT_EQ(reports_[0].result, result);
-        EXPECT_EQ(reports_[0].index, index);
-        EXPECT_FALSE(checker_);
-    }
-
+    static inline std::vector<Hierarchy> hierarchies_;
     std::vector<Report> reports_;
     ILumRevocationCheckerPtr checker_;
-
-private:
-    static inline Hierarchy* a_ = nullptr;
-    static inline Hierarchy* b_ = nullptr;
-    static inline Hierarchy* c_ = nullptr;
 };
-
-TEST_F(RevocationCheckerTest, EmptyContainerLoadsNothingAndRequiresNothing)
-{
-    ASSERT_EQ(Create({}), lumOk);
-    EXPECT_TRUE(reports_.empty());
-    ASSERT_EQ(checker_->GetRootCount(), 3u);
-    for (std::size_t i = 0; i < 3; ++i) {
-        EXPECT_EQ(checker_->GetDatabase(i), nullptr);
-    }
-}
 
 TEST_F(RevocationCheckerTest, LoadsDatabasesOfKnownRootsAndSkipsOthers)
 {
-    const Hierarchy unknown = Hierarchy::Make("Unknown", 0x4001);
+    ASSERT_EQ(Create({}), lumOk) << "an empty container requires nothing";
+    ASSERT_EQ(checker_->GetRootCount(), 3u);
+    EXPECT_EQ(checker_->GetDatabase(0), nullptr);
+
     const RevocationDatabase b5and6 = Database(B(), {5, 6});
-    ASSERT_EQ(Create(BuildContainer({Database(unknown), b5and6, Database(A())})), lumOk);
+    ASSERT_EQ(Create(BuildContainer(
+                  {Database(Hierarchy::Make("Unknown", 0x4001)), b5and6, Database(A())})),
+              lumOk);
     EXPECT_TRUE(reports_.empty());
-    const RevocationDatabaseInfo* a = checker_->GetDatabase(0);
     const RevocationDatabaseInfo* b = checker_->GetDatabase(1);
-    ASSERT_TRUE(a && b);
+    ASSERT_TRUE(checker_->GetDatabase(0) && b);
     EXPECT_EQ(b->hierarchyId, (Bytes{0x20, 0x01}));
     EXPECT_EQ(b->revokedCount, 2u);
     EXPECT_EQ(b->size, b5and6.crl.size());
@@ -106,56 +81,57 @@ TEST_F(RevocationCheckerTest, LoadsDatabasesOfKnownRootsAndSkipsOthers)
     EXPECT_EQ(checker_->GetDatabase(2), nullptr) << "optional root without a database";
 }
 
-TEST_F(RevocationCheckerTest, RefusesASecondDatabaseForOneRoot)
-{
-    EXPECT_EQ(Create(BuildContainer({Database(A()), Database(B()), Database(A(), {1})})),
-              lumErrRdbAlreadyExists);
-    ExpectOneReport("Duplicate revocation database.", lumErrRdbAlreadyExists, 2);
-    EXPECT_EQ(reports_[0].data, A().HierarchyId());
-}
-
-TEST_F(RevocationCheckerTest, RequiresADatabaseForEveryRequiredRoot)
-{
-    EXPECT_EQ(Create(BuildContainer({Database(B()), Database(C())})), lumErrRdbAbsent);
-    ExpectOneReport("Required revocation database is absent.", lumErrRdbAbsent, 0);
-    EXPECT_EQ(reports_[0].data, A().HierarchyId());
-
-    EXPECT_EQ(Create(BuildContainer({Database(A())})), lumErrRdbAbsent);
-    ExpectOneReport("Required revocation database is absent.", lumErrRdbAbsent, 1);
-}
-
-TEST_F(RevocationCheckerTest, RefusesDatabasesNotSignedByTheirRoot)
+// Each refusal is reported once, with the index of the database at fault.
+TEST_F(RevocationCheckerTest, RefusesContainersThatBreakTheRules)
 {
     const pki::Key stranger = pki::Key::Generate();
-    const RevocationDatabase wrongKey{A().HierarchyId(), pki::MakeCrl(A().root, stranger, {})};
-    EXPECT_EQ(Create(BuildContainer({Database(B()), wrongKey})), lumErrInvalidSignature);
-    ExpectOneReport("Failed to verify signature of revocation database.", lumErrInvalidSignature,
-                    1);
-
-    // Signed by the root's key, but issued in another name.
-    const RevocationDatabase wrongIssuer{A().HierarchyId(),
-                                         pki::MakeCrl(A().intermediate, A().rootKey, {})};
-    EXPECT_EQ(Create(BuildContainer({wrongIssuer})), lumErrInvalidSignature);
-    ExpectOneReport("Failed to verify signature of revocation database.", lumErrInvalidSignature,
-                    0);
-
-    // B's valid database filed under A's identifier.
-    EXPECT_EQ(Create(BuildContainer({{A().HierarchyId(), B().Crl({})}})), lumErrInvalidSignature);
-}
-
-TEST_F(RevocationCheckerTest, RefusesContainersAndDatabasesThatDoNotParse)
-{
-    EXPECT_EQ(Create(pki::ToBlob("LUMRDB01garbage")), lumErrInvalidFormat);
-    ExpectOneReport("Failed to load revocation databases container.", lumErrInvalidFormat,
-                    kNoDatabaseIndex);
-
     Bytes truncatedCrl = A().Crl({});
     truncatedCrl.pop_back();
-    EXPECT_EQ(Create(BuildContainer({{A().HierarchyId(), truncatedCrl}})), lumErrInvalidFormat);
-    ExpectOneReport("Failed to load revocation database.", lumErrInvalidFormat, 0);
-
-    EXPECT_EQ(Create(BuildContainer({{{}, A().Crl({})}})), lumErrInvalidFormat);
-    ExpectOneReport("Failed to get revocation databases identifier.", lumErrInvalidFormat, 0);
+    const std::string duplicate = "Duplicate revocation database.";
+    const std::string absent = "Required revocation database is absent.";
+    const std::string badSignature = "Failed to verify signature of revocation database.";
+    const struct {
+        const char* name;
+        Bytes container;
+        std::int32_t result;
+        std::string message;
+        std::uint32_t index;
+    } cases[] = {
+        {"second database for a root",
+         BuildContainer({Database(A()), Database(B()), Database(A(), {1})}), lumErrRdbAlreadyExists,
+         duplicate, 2},
+        {"first required root uncovered",
+         BuildContainer({Database(B()), Database(hierarchies_[2])}), lumErrRdbAbsent, absent, 0},
+        {"second required root uncovered", BuildContainer({Database(A())}), lumErrRdbAbsent, absent,
+         1},
+        {"signed by another key",
+         BuildContainer({Database(B()), {A().HierarchyId(), pki::MakeCrl(A().root, stranger, {})}}),
+         lumErrInvalidSignature, badSignature, 1},
+        {"root's key, another issuer name",
+         BuildContainer({{A().HierarchyId(), pki::MakeCrl(A().intermediate, A().rootKey, {})}}),
+         lumErrInvalidSignature, badSignature, 0},
+        {"valid database under another root's id",
+         BuildContainer({{A().HierarchyId(), B().Crl({})}}), lumErrInvalidSignature, badSignature,
+         0},
+        {"container that does not parse", pki::ToBlob("LUMRDB01garbage"), lumErrInvalidFormat,
+         "Failed to load revocation databases container.", kNoDatabaseIndex},
+        {"truncated CRL", BuildContainer({{A().HierarchyId(), truncatedCrl}}), lumErrInvalidFormat,
+         "Failed to load revocation database.", 0},
+        {"empty identifier", BuildContainer({{{}, A().Crl({})}}), lumErrInvalidFormat,
+         "Failed to get revocation databases identifier.", 0},
+    };
+    for (const auto& refused : cases) {
+        SCOPED_TRACE(refused.name);
+        EXPECT_EQ(Create(refused.container), refused.result);
+        EXPECT_FALSE(checker_);
+        ASSERT_EQ(reports_.size(), 1u);
+        EXPECT_EQ(reports_[0].message, refused.message);
+        EXPECT_EQ(reports_[0].result, refused.result);
+        EXPECT_EQ(reports_[0].index, refused.index);
+    }
+    // The report carries the identifier of the root concerned.
+    Create(BuildContainer({Database(B())}));
+    EXPECT_EQ(reports_.at(0).data, A().HierarchyId());
 }
 
 TEST_F(RevocationCheckerTest, ChecksItsArguments)

@@ -27,6 +27,20 @@ struct SignedParts {
 /// The parts, or nullopt when the file does not end in a well-formed trailer.
 std::optional<SignedParts> SplitSignedFile(const std::string& file);
 
+/// Whether `text` contains `part`.
+inline bool Contains(const std::string& text, const std::string& part)
+{
+    return text.find(part) != std::string::npos;
+}
+
+/// `front` followed by `back`.
+inline std::vector<std::string> Concat(std::vector<std::string> front,
+                                       const std::vector<std::string>& back)
+{
+    front.insert(front.end(), back.begin(), back.end());
+    return front;
+}
+
 /// The names of the entries in `directory`.
 std::vector<std::string> ListDirectory(const Path& directory);
 

@@ -2,9 +2,7 @@
 
 #include <lum/format.h>
 #include <openssl/bio.h>
-#include <openssl/bn.h>
 #include <openssl/cms.h>
-#include <openssl/ec.h>
 #include <openssl/err.h>
 #include <openssl/evp.h>
 #include <openssl/pem.h>
@@ -25,7 +23,7 @@ namespace {
     throw std::runtime_error("pki: " + what + ": " + detail);
 }
 
-template <class T> T* Check(T* pointer, const char* what)
+template <class T> T* Check(T* pointer, const std::string& what)
 {
     if (pointer == nullptr) {
         Fail(what);
@@ -33,7 +31,7 @@ template <class T> T* Check(T* pointer, const char* what)
     return pointer;
 }
 
-void Check(int result, const char* what)
+void Check(int result, const std::string& what)
 {
     if (result <= 0) {
         Fail(what);
@@ -42,24 +40,12 @@ void Check(int result, const char* what)
 
 using BioPtr = std::unique_ptr<BIO, decltype(&BIO_free)>;
 
-BioPtr MemoryBio()
-{
-    return BioPtr(Check(BIO_new(BIO_s_mem()), "BIO_new"), BIO_free);
-}
-
 BioPtr ReadBio(const void* data, std::size_t size)
 {
     static const char kNothing = 0;
     data = size == 0 ? &kNothing : data;
     return BioPtr(Check(BIO_new_mem_buf(data, static_cast<int>(size)), "BIO_new_mem_buf"),
                   BIO_free);
-}
-
-std::string BioText(BIO* bio)
-{
-    char* data = nullptr;
-    const long size = BIO_get_mem_data(bio, &data);
-    return std::string(data, static_cast<std::size_t>(size));
 }
 
 template <class T, int (*Encode)(const T*, unsigned char**)> Blob ToDerOf(const T* object)
@@ -72,25 +58,14 @@ template <class T, int (*Encode)(const T*, unsigned char**)> Blob ToDerOf(const 
     return der;
 }
 
-std::shared_ptr<X509> Own(X509* certificate)
-{
-    return std::shared_ptr<X509>(certificate, X509_free);
-}
-
-/// Ed25519 signs without a separate digest.
-const EVP_MD* SigningDigest(const Key& key)
-{
-    return EVP_PKEY_get_id(key.get()) == EVP_PKEY_ED25519 ? nullptr : EVP_sha256();
-}
-
 void AddExtension(X509* certificate, X509V3_CTX& context, const std::string& name,
                   const std::string& value)
 {
     if (value.empty()) {
         return;
     }
-    X509_EXTENSION* extension = X509V3_EXT_conf(nullptr, &context, name.c_str(), value.c_str());
-    Check(extension, ("extension " + name).c_str());
+    X509_EXTENSION* extension =
+        Check(X509V3_EXT_conf(nullptr, &context, name.c_str(), value.c_str()), "extension " + name);
     const int added = X509_add_ext(certificate, extension, -1);
     X509_EXTENSION_free(extension);
     Check(added, "X509_add_ext");
@@ -101,25 +76,22 @@ ASN1_TIME* Adjust(ASN1_TIME* time, int days)
     return Check(X509_time_adj_ex(time, days, 0, nullptr), "X509_time_adj_ex");
 }
 
+CertificateOptions CaOptions(const std::string& commonName, std::uint64_t serial)
+{
+    CertificateOptions options = LeafOptions(commonName, serial);
+    options.basicConstraints = "critical,CA:TRUE";
+    options.keyUsage = "critical,keyCertSign,cRLSign";
+    options.extendedKeyUsage.clear();
+    return options;
+}
+
 } // namespace
 
 Key Key::Generate(Type type)
 {
-    EVP_PKEY* key = nullptr;
-    switch (type) {
-    case Type::P256:
-        key = EVP_EC_gen("P-256");
-        break;
-    case Type::P384:
-        key = EVP_EC_gen("P-384");
-        break;
-    case Type::Ed25519:
-        key = EVP_PKEY_Q_keygen(nullptr, nullptr, "ED25519");
-        break;
-    case Type::Rsa2048:
-        key = EVP_RSA_gen(2048);
-        break;
-    }
+    EVP_PKEY* key = type == Type::P256   ? EVP_EC_gen("P-256")
+                    : type == Type::P384 ? EVP_EC_gen("P-384")
+                                         : EVP_RSA_gen(2048);
     return Key(std::shared_ptr<EVP_PKEY>(Check(key, "key generation"), EVP_PKEY_free));
 }
 
@@ -130,56 +102,16 @@ Key Key::FromPem(const std::string& pem)
     return Key(std::shared_ptr<EVP_PKEY>(Check(key, "PEM_read_bio_PrivateKey"), EVP_PKEY_free));
 }
 
-std::string Key::ToPem() const
-{
-    const BioPtr bio = MemoryBio();
-    Check(PEM_write_bio_PrivateKey(bio.get(), key_.get(), nullptr, nullptr, 0, nullptr, nullptr),
-          "PEM key");
-    return BioText(bio.get());
-}
-
-std::string Key::PublicToPem() const
-{
-    const BioPtr bio = MemoryBio();
-    Check(PEM_write_bio_PUBKEY(bio.get(), key_.get()), "PEM public key");
-    return BioText(bio.get());
-}
-
-Certificate Certificate::FromDer(std::span<const std::uint8_t> der)
-{
-    const unsigned char* cursor = der.data();
-    X509* certificate = d2i_X509(nullptr, &cursor, static_cast<long>(der.size()));
-    return Certificate(Own(Check(certificate, "d2i_X509")));
-}
-
 Certificate Certificate::FromPem(const std::string& pem)
 {
     const BioPtr bio = ReadBio(pem.data(), pem.size());
     X509* certificate = PEM_read_bio_X509(bio.get(), nullptr, nullptr, nullptr);
-    return Certificate(Own(Check(certificate, "PEM_read_bio_X509")));
+    return Certificate(std::shared_ptr<X509>(Check(certificate, "PEM_read_bio_X509"), X509_free));
 }
 
 Blob Certificate::ToDer() const
 {
     return ToDerOf<X509, i2d_X509>(certificate_.get());
-}
-
-std::string Certificate::ToPem() const
-{
-    const BioPtr bio = MemoryBio();
-    Check(PEM_write_bio_X509(bio.get(), certificate_.get()), "PEM certificate");
-    return BioText(bio.get());
-}
-
-CertificateOptions CaOptions(const std::string& commonName, std::uint64_t serial)
-{
-    CertificateOptions options;
-    options.commonName = commonName;
-    options.serial = serial;
-    options.basicConstraints = "critical,CA:TRUE";
-    options.keyUsage = "critical,keyCertSign,cRLSign";
-    options.extendedKeyUsage.clear();
-    return options;
 }
 
 CertificateOptions LeafOptions(const std::string& commonName, std::uint64_t serial)
@@ -193,7 +125,7 @@ CertificateOptions LeafOptions(const std::string& commonName, std::uint64_t seri
 Certificate IssueCertificate(const CertificateOptions& options, const Key& subjectKey,
                              const Certificate* issuer, const Key& issuerKey)
 {
-    const auto certificate = Own(Check(X509_new(), "X509_new"));
+    const std::shared_ptr<X509> certificate(Check(X509_new(), "X509_new"), X509_free);
     X509* raw = certificate.get();
     Check(X509_set_version(raw, 2), "X509_set_version");
     Check(ASN1_INTEGER_set_uint64(X509_get_serialNumber(raw), options.serial), "serial");
@@ -220,13 +152,12 @@ Certificate IssueCertificate(const CertificateOptions& options, const Key& subje
     for (const auto& [extension, value] : options.extraExtensions) {
         AddExtension(raw, context, extension, value);
     }
-    Check(X509_sign(raw, issuerKey.get(), SigningDigest(issuerKey)), "X509_sign");
+    Check(X509_sign(raw, issuerKey.get(), EVP_sha256()), "X509_sign");
     return Certificate(certificate);
 }
 
 Blob MakeCrl(const Certificate& issuer, const Key& issuerKey,
-             const std::vector<std::uint64_t>& revokedSerials, int thisUpdateDays,
-             int nextUpdateDays)
+             const std::vector<std::uint64_t>& revokedSerials)
 {
     const std::unique_ptr<X509_CRL, decltype(&X509_CRL_free)> crl(
         Check(X509_CRL_new(), "X509_CRL_new"), X509_CRL_free);
@@ -234,15 +165,14 @@ Blob MakeCrl(const Certificate& issuer, const Key& issuerKey,
     Check(X509_CRL_set_issuer_name(crl.get(), X509_get_subject_name(issuer.get())), "CRL issuer");
     const std::unique_ptr<ASN1_TIME, decltype(&ASN1_TIME_free)> time(
         Check(ASN1_TIME_new(), "ASN1_TIME_new"), ASN1_TIME_free);
-    Check(X509_CRL_set1_lastUpdate(crl.get(), Adjust(time.get(), thisUpdateDays)), "lastUpdate");
-    Check(X509_CRL_set1_nextUpdate(crl.get(), Adjust(time.get(), nextUpdateDays)), "nextUpdate");
+    Check(X509_CRL_set1_nextUpdate(crl.get(), Adjust(time.get(), 30)), "nextUpdate");
+    Check(X509_CRL_set1_lastUpdate(crl.get(), Adjust(time.get(), -1)), "lastUpdate");
     for (const std::uint64_t serial : revokedSerials) {
         X509_REVOKED* entry = Check(X509_REVOKED_new(), "X509_REVOKED_new");
         ASN1_INTEGER* number = ASN1_INTEGER_new();
-        const bool filled =
-            number != nullptr && ASN1_INTEGER_set_uint64(number, serial) == 1 &&
-            X509_REVOKED_set_serialNumber(entry, number) == 1 &&
-            X509_REVOKED_set_revocationDate(entry, Adjust(time.get(), thisUpdateDays)) == 1;
+        const bool filled = number != nullptr && ASN1_INTEGER_set_uint64(number, serial) == 1 &&
+                            X509_REVOKED_set_serialNumber(entry, number) == 1 &&
+                            X509_REVOKED_set_revocationDate(entry, time.get()) == 1;
         ASN1_INTEGER_free(number);
         if (!filled || X509_CRL_add0_revoked(crl.get(), entry) != 1) {
             X509_REVOKED_free(entry);
@@ -250,7 +180,7 @@ Blob MakeCrl(const Certificate& issuer, const Key& issuerKey,
         }
     }
     Check(X509_CRL_sort(crl.get()), "X509_CRL_sort");
-    Check(X509_CRL_sign(crl.get(), issuerKey.get(), SigningDigest(issuerKey)), "X509_CRL_sign");
+    Check(X509_CRL_sign(crl.get(), issuerKey.get(), EVP_sha256()), "X509_CRL_sign");
     return ToDerOf<X509_CRL, i2d_X509_CRL>(crl.get());
 }
 
@@ -261,15 +191,9 @@ Blob SignCms(std::span<const std::uint8_t> content, const Certificate& signer, c
     const std::unique_ptr<CMS_ContentInfo, decltype(&CMS_ContentInfo_free)> cms(
         Check(CMS_sign(nullptr, nullptr, nullptr, nullptr, CMS_PARTIAL | mode), "CMS_sign"),
         CMS_ContentInfo_free);
-    const bool ed25519 = EVP_PKEY_get_id(key.get()) == EVP_PKEY_ED25519;
-    const EVP_MD* digest = EVP_get_digestbyname(ed25519 ? "SHA512" : options.digest.c_str());
-    Check(digest, "digest");
-    CMS_SignerInfo* signerInfo =
-        Check(CMS_add1_signer(cms.get(), signer.get(), key.get(), digest,
-                              CMS_BINARY | (options.includeSignerCertificate
-                                                ? 0u
-                                                : static_cast<unsigned int>(CMS_NOCERTS))),
-              "CMS_add1_signer");
+    const EVP_MD* digest = Check(EVP_get_digestbyname(options.digest.c_str()), "digest");
+    CMS_SignerInfo* signerInfo = Check(
+        CMS_add1_signer(cms.get(), signer.get(), key.get(), digest, CMS_BINARY), "CMS_add1_signer");
     if (options.fileNameAttribute) {
         const std::string oidText =
             options.fileNameOid.empty() ? crypto::lum::FileNameAttributeOid() : options.fileNameOid;
@@ -331,11 +255,7 @@ Blob Hierarchy::Crl(const std::vector<std::uint64_t>& serials) const
 Blob Hierarchy::HierarchyId() const
 {
     const ASN1_INTEGER* serial = X509_get0_serialNumber(root.get());
-    std::unique_ptr<BIGNUM, decltype(&BN_free)> number(
-        Check(ASN1_INTEGER_to_BN(serial, nullptr), "serial"), BN_free);
-    Blob bytes(static_cast<std::size_t>(BN_num_bytes(number.get())));
-    BN_bn2bin(number.get(), bytes.data());
-    return bytes;
+    return Blob(serial->data, serial->data + serial->length); // positive serials only
 }
 
 Blob ToBlob(std::string_view text)

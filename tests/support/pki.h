@@ -18,7 +18,7 @@ namespace integrity_check_tool::test::pki {
 /// A private key with its public half; copies share the key.
 class Key {
 public:
-    enum class Type { P256, P384, Ed25519, Rsa2048 };
+    enum class Type { P256, P384, Rsa2048 };
 
     /// Wraps an owned key.
     explicit Key(std::shared_ptr<EVP_PKEY> key) : key_(std::move(key)) {}
@@ -29,10 +29,6 @@ public:
     static Key FromPem(const std::string& pem);
 
     EVP_PKEY* get() const noexcept { return key_.get(); }
-    /// The private key as unencrypted PKCS #8 PEM.
-    std::string ToPem() const;
-    /// The public key as SubjectPublicKeyInfo PEM.
-    std::string PublicToPem() const;
 
 private:
     std::shared_ptr<EVP_PKEY> key_;
@@ -45,13 +41,11 @@ public:
     explicit Certificate(std::shared_ptr<X509> certificate) : certificate_(std::move(certificate))
     {
     }
-    /// Parses DER (or PEM); throws when it does not parse.
-    static Certificate FromDer(std::span<const std::uint8_t> der);
+    /// Parses PEM; throws when it does not parse.
     static Certificate FromPem(const std::string& pem);
 
     X509* get() const noexcept { return certificate_.get(); }
     Blob ToDer() const;
-    std::string ToPem() const;
 
 private:
     std::shared_ptr<X509> certificate_;
@@ -72,8 +66,6 @@ struct CertificateOptions {
     std::vector<std::pair<std::string, std::string>> extraExtensions;
 };
 
-/// Options of a CA certificate: CA:TRUE, keyCertSign and cRLSign, no EKU.
-CertificateOptions CaOptions(const std::string& commonName, std::uint64_t serial);
 /// Options of a code-signing leaf.
 CertificateOptions LeafOptions(const std::string& commonName, std::uint64_t serial);
 
@@ -83,19 +75,17 @@ Certificate IssueCertificate(const CertificateOptions& options, const Key& subje
                              const Certificate* issuer, const Key& issuerKey);
 
 /// A DER X.509 v2 CRL issued by `issuer`, signed with `issuerKey`, listing
-/// `revokedSerials`; thisUpdate and nextUpdate are relative to now, in days.
+/// `revokedSerials`, issued yesterday and due in 30 days.
 Blob MakeCrl(const Certificate& issuer, const Key& issuerKey,
-             const std::vector<std::uint64_t>& revokedSerials, int thisUpdateDays = -1,
-             int nextUpdateDays = 30);
+             const std::vector<std::uint64_t>& revokedSerials);
 
 /// How SignLum builds the CMS.
 struct SignOptions {
-    std::string digest = "SHA256"; ///< ignored for Ed25519 keys, which use SHA-512
+    std::string digest = "SHA256";
     /// BMPString bytes of the file-name attribute (FileNameToBmp); none when absent.
     std::optional<Blob> fileNameAttribute;
     /// OID of that attribute; the build's FileNameAttributeOid() when empty.
     std::string fileNameOid;
-    bool includeSignerCertificate = true;
     bool detached = true; ///< false embeds the content (not a valid "lum" signature)
 };
 

@@ -16,21 +16,13 @@ namespace integrity_check_tool::vorn {
 namespace {
 
 using test::ReadFile;
-using test::TempDir;
 using test::WriteFile;
 
-std::string Quoted(const Path& path)
+/// Runs `openssl <command> -engine gost <arguments>` quietly.
+bool Openssl(const std::string& command, const std::string& arguments)
 {
-    std::string quoted = "'";
-    for (const char c : path.string()) {
-        quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
-    }
-    return quoted + "'";
-}
-
-bool Shell(const std::string& command)
-{
-    return std::system((command + " >/dev/null 2>&1").c_str()) == 0;
+    return std::system(("openssl " + command + " -engine gost " + arguments + " >/dev/null 2>&1")
+                           .c_str()) == 0;
 }
 
 Blob Bytes(const std::string& text)
@@ -40,121 +32,94 @@ Blob Bytes(const std::string& text)
 
 struct Flavour {
     unsigned bits;
-    const char* algorithm;
+    const char* engineAlgorithm;
     const char* engineParamSet;
-    const char* digest;
+    const char* ourParamSet; ///< of a key generated here
 };
 
 constexpr Flavour kFlavours[] = {
-    {256, "gost2012_256", "TCA", "-md_gost12_256"},
-    {256, "gost2012_256", "A", "-md_gost12_256"}, // an older OID of the TC26 B curve
-    {512, "gost2012_512", "C", "-md_gost12_512"},
-    {512, "gost2012_512", "B", "-md_gost12_512"},
+    {256, "gost2012_256", "TCA", "A"},
+    {256, "gost2012_256", "A", "D"}, // an older OID of the TC26 B curve
+    {512, "gost2012_512", "C", "A"},
+    {512, "gost2012_512", "B", "C"},
 };
 
 class GostInteropTest : public ::testing::TestWithParam<Flavour> {
 protected:
     void SetUp() override
     {
-        if (!Shell("openssl engine gost")) {
+        if (!Openssl("engine", "")) {
             GTEST_SKIP() << "the GOST engine for OpenSSL is not installed";
         }
         WriteFile(content_, "<manifest>signed across tools</manifest>\n");
     }
 
-    Path Dir(const std::string& name) const { return dir_ / name; }
+    /// The quoted path of `name` in the test directory.
+    std::string At(const std::string& name) const { return "'" + (dir_ / name).string() + "'"; }
 
-    TempDir dir_;
+    std::string Digest() const
+    {
+        return GetParam().bits == 256 ? "-md_gost12_256" : "-md_gost12_512";
+    }
+
+    test::TempDir dir_;
     Path content_ = dir_ / "content.xml";
 };
 
-TEST_P(GostInteropTest, SignatureOfOpensslVerifiesHere)
+TEST_P(GostInteropTest, KeysAndSignaturesCrossBetweenOpensslAndHere)
 {
     const Flavour& flavour = GetParam();
-    const Path key = Dir("key.pem");
-    const Path pub = Dir("pub.pem");
-    const Path sig = Dir("sig.bin");
-    ASSERT_TRUE(Shell("openssl genpkey -engine gost -algorithm " + std::string(flavour.algorithm) +
-                    " -pkeyopt paramset:" + flavour.engineParamSet + " -out " + Quoted(key)));
-    ASSERT_TRUE(Shell("openssl pkey -engine gost -in " + Quoted(key) + " -pubout -out " + Quoted(pub)));
-    ASSERT_TRUE(Shell("openssl dgst -engine gost " + std::string(flavour.digest) + " -sign " +
-                    Quoted(key) + " -out " + Quoted(sig) + " " + Quoted(content_)));
+    ASSERT_TRUE(Openssl("genpkey", "-algorithm " + std::string(flavour.engineAlgorithm) +
+                                       " -pkeyopt paramset:" + flavour.engineParamSet + " -out " +
+                                       At("key.pem")));
+    ASSERT_TRUE(Openssl("pkey", "-in " + At("key.pem") + " -pubout -out " + At("pub.pem")));
+    ASSERT_TRUE(Openssl("dgst", Digest() + " -sign " + At("key.pem") + " -out " + At("sig.bin") +
+                                    " " + At("content.xml")));
 
-    // Their key as we read it has the same public key as theirs.
-    const GostPrivateKey loaded = LoadGostPrivateKey(ReadFile(key));
-    EXPECT_EQ(GostPublicKeyToPem(loaded.PublicKey()), ReadFile(pub));
-
-    const std::string pubPem = ReadFile(pub);
-    const std::span<const std::uint8_t> pubFile(reinterpret_cast<const std::uint8_t*>(pubPem.data()),
-                                                pubPem.size());
-    const GostKeyBlobs blobs = MakeGostKeyBlobs({pubFile});
-    const Blob signature = Bytes(ReadFile(sig));
+    // Their key as read here has their public key, and their signature in a
+    // record verifies here.
+    const GostPrivateKey theirs = LoadGostPrivateKey(ReadFile(dir_ / "key.pem"));
+    const std::string pubPem = ReadFile(dir_ / "pub.pem");
+    EXPECT_EQ(GostPublicKeyToPem(theirs.PublicKey()), pubPem);
+    const Blob signature = Bytes(ReadFile(dir_ / "sig.bin"));
     ASSERT_EQ(signature.size(), flavour.bits / 4);
-
     Blob file = Bytes(ReadFile(content_));
-    const Blob record = BuildVorn2Record(loaded.PublicKey(), signature);
+    const Blob record = BuildVorn2Record(theirs.PublicKey(), signature);
     file.insert(file.end(), record.begin(), record.end());
-    const Path signedFile = Dir("signed.xml");
-    WriteFile(signedFile, std::string(file.begin(), file.end()));
-
+    WriteFile(dir_ / "signed.xml", std::string(file.begin(), file.end()));
+    const std::span<const std::uint8_t> pubFile(
+        reinterpret_cast<const std::uint8_t*>(pubPem.data()), pubPem.size());
     Blob content;
-    Gost2012SignatureVerifier(nullptr, blobs).Verify(signedFile, content);
+    Gost2012SignatureVerifier(nullptr, MakeGostKeyBlobs({pubFile}))
+        .Verify(dir_ / "signed.xml", content);
     EXPECT_EQ(content, Bytes(ReadFile(content_)));
-}
 
-TEST_P(GostInteropTest, SignatureMadeHereVerifiesWithOpenssl)
-{
-    const Flavour& flavour = GetParam();
-    const Path key = Dir("key.pem");
-    const Path pub = Dir("pub.pem");
-    const Path sig = Dir("sig.bin");
-    ASSERT_TRUE(Shell("openssl genpkey -engine gost -algorithm " + std::string(flavour.algorithm) +
-                    " -pkeyopt paramset:" + flavour.engineParamSet + " -out " + Quoted(key)));
-    // Our key file must be one openssl reads: rewrite theirs through ours.
-    const GostPrivateKey ours = LoadGostPrivateKey(ReadFile(key));
-    WriteFile(key, GostPrivateKeyToPem(ours));
-    WriteFile(pub, GostPublicKeyToPem(ours.PublicKey()));
-
-    const Blob content = Bytes(ReadFile(content_));
-    Blob signedFile = content;
-    const Blob record = SignVorn2Record(content, ours);
-    signedFile.insert(signedFile.end(), record.begin(), record.end());
+    // The key written here is one openssl signs with, and a signature made
+    // here verifies with openssl.
+    WriteFile(dir_ / "key.pem", GostPrivateKeyToPem(theirs));
     Vorn2Record parsed;
-    ASSERT_EQ(ParseVorn2Record(signedFile, parsed), kSuccess);
-    WriteFile(sig, std::string(parsed.signature.begin(), parsed.signature.end()));
+    Blob signedHere = Bytes(ReadFile(content_));
+    const Blob ourRecord = SignVorn2Record(signedHere, theirs);
+    signedHere.insert(signedHere.end(), ourRecord.begin(), ourRecord.end());
+    ASSERT_EQ(ParseVorn2Record(signedHere, parsed), kSuccess);
+    WriteFile(dir_ / "sig.bin", std::string(parsed.signature.begin(), parsed.signature.end()));
+    const std::string verify = Digest() + " -verify " + At("pub.pem") + " -signature " +
+                               At("sig.bin") + " " + At("content.xml");
+    EXPECT_TRUE(Openssl("dgst", verify));
+    EXPECT_TRUE(Openssl("dgst", Digest() + " -sign " + At("key.pem") + " -out " + At("sig.bin") +
+                                    " " + At("content.xml")));
+    EXPECT_TRUE(Openssl("dgst", verify));
 
-    EXPECT_TRUE(Shell("openssl dgst -engine gost " + std::string(flavour.digest) + " -verify " +
-                    Quoted(pub) + " -signature " + Quoted(sig) + " " + Quoted(content_)));
-    // And openssl signs with the key file we wrote.
-    EXPECT_TRUE(Shell("openssl dgst -engine gost " + std::string(flavour.digest) + " -sign " +
-                    Quoted(key) + " -out " + Quoted(sig) + " " + Quoted(content_)));
-    EXPECT_TRUE(Shell("openssl dgst -engine gost " + std::string(flavour.digest) + " -verify " +
-                    Quoted(pub) + " -signature " + Quoted(sig) + " " + Quoted(content_)));
-    // A changed content byte is refused by openssl too.
-    WriteFile(content_, "<manifest>signed across tools</manifest>\r\n");
-    EXPECT_FALSE(Shell("openssl dgst -engine gost " + std::string(flavour.digest) + " -verify " +
-                     Quoted(pub) + " -signature " + Quoted(sig) + " " + Quoted(content_)));
-}
-
-TEST(GostInteropKeyTest, KeysGeneratedHereAreReadByOpenssl)
-{
-    if (!Shell("openssl engine gost")) {
-        GTEST_SKIP() << "the GOST engine for OpenSSL is not installed";
-    }
-    TempDir dir;
-    for (const auto& [bits, set] : {std::pair{256u, "A"}, {256u, "D"}, {512u, "A"}, {512u, "C"}}) {
-        const GostPrivateKey key = GenerateGostKey(bits, set);
-        WriteFile(dir / "key.pem", GostPrivateKeyToPem(key));
-        ASSERT_TRUE(Shell("openssl pkey -engine gost -in " + Quoted(dir / "key.pem") +
-                        " -pubout -out " + Quoted(dir / "pub.pem")))
-            << bits << set;
-        EXPECT_EQ(ReadFile(dir / "pub.pem"), GostPublicKeyToPem(key.PublicKey())) << bits << set;
-    }
+    // A key generated here is read by openssl to the same public key.
+    const GostPrivateKey generated = GenerateGostKey(flavour.bits, flavour.ourParamSet);
+    WriteFile(dir_ / "new.pem", GostPrivateKeyToPem(generated));
+    ASSERT_TRUE(Openssl("pkey", "-in " + At("new.pem") + " -pubout -out " + At("new.pub.pem")));
+    EXPECT_EQ(ReadFile(dir_ / "new.pub.pem"), GostPublicKeyToPem(generated.PublicKey()));
 }
 
 INSTANTIATE_TEST_SUITE_P(Flavours, GostInteropTest, ::testing::ValuesIn(kFlavours),
                          [](const ::testing::TestParamInfo<Flavour>& param) {
-                             return std::string(param.param.algorithm) + "_" +
+                             return std::string(param.param.engineAlgorithm) + "_" +
                                     param.param.engineParamSet;
                          });
 
