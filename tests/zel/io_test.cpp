@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 #include <zel/file_io.h>
-#include <zel/memory_io.h>
 
 #include "support/temp_dir.h"
 
@@ -33,111 +32,55 @@ std::string ReadAll(IIO& io, std::size_t chunk)
     }
 }
 
-TEST(FileIOTest, ReadAheadGivesTheSameBytesForAnyReadSize)
+// Small files are read through a read-ahead buffer, files past
+// kBackgroundReadSize on a thread of their own. Every read size gives the same
+// bytes, and a seek accounts for what is buffered and leaves the reading
+// thread behind wherever it had got to.
+TEST(FileIOTest, ReadsAndSeeksGiveTheFileBytes)
 {
     TempDir dir;
-    const std::string content = Pattern(100'000);
-    WriteFile(dir / "data", content);
+    const std::string small = Pattern(100'000);
+    const std::string large = Pattern(FileIO::kBackgroundReadSize + 123'457);
+    WriteFile(dir / "small", small);
+    WriteFile(dir / "large", large);
+    const auto open = [&](const char* name, std::size_t readAhead = FileIO::kDefaultReadAhead) {
+        IIOPtr io;
+        EXPECT_EQ(FileIO::Open((dir / name).string(), OpenMode::Read, io, readAhead), kOk);
+        return io;
+    };
     for (std::size_t readAhead : {std::size_t{1}, std::size_t{4096}, std::size_t{65536}}) {
         for (std::size_t chunk : {std::size_t{1}, std::size_t{4095}, std::size_t{4096}, std::size_t{70'000}}) {
-            IIOPtr io;
-            ASSERT_EQ(FileIO::Open((dir / "data").string(), OpenMode::Read, io, readAhead), kOk);
-            EXPECT_EQ(ReadAll(*io, chunk), content) << readAhead << "/" << chunk;
+            EXPECT_EQ(ReadAll(*open("small", readAhead), chunk), small) << readAhead << "/" << chunk;
         }
     }
-}
-
-TEST(FileIOTest, SeekAccountsForBufferedBytes)
-{
-    TempDir dir;
-    const std::string content = Pattern(10'000);
-    WriteFile(dir / "data", content);
-    IIOPtr io;
-    ASSERT_EQ(FileIO::Open((dir / "data").string(), OpenMode::Read, io, 4096), kOk);
-    char buffer[10];
-    std::size_t got = 0;
-    ASSERT_EQ(io->Read(buffer, sizeof buffer, &got), kOk);
-    std::uint64_t position = 0;
-    ASSERT_EQ(io->Seek(5, SeekOrigin::Current, &position), kOk);
-    EXPECT_EQ(position, 15u);
-    ASSERT_EQ(io->Read(buffer, 1, &got), kOk);
-    EXPECT_EQ(buffer[0], content[15]);
-    std::uint64_t size = 0;
-    ASSERT_EQ(io->GetSize(&size), kOk);
-    EXPECT_EQ(size, content.size());
-}
-
-TEST(FileIOTest, LargeFilesReadOnAThreadOfTheirOwnGiveTheSameBytesAndSeek)
-{
-    TempDir dir;
-    const std::string content = Pattern(FileIO::kBackgroundReadSize + 123'457);
-    WriteFile(dir / "large", content);
     for (std::size_t chunk : {std::size_t{4096}, std::size_t{3'000'001}}) {
-        IIOPtr io;
-        ASSERT_EQ(FileIO::Open((dir / "large").string(), OpenMode::Read, io), kOk);
-        EXPECT_TRUE(ReadAll(*io, chunk) == content) << chunk;
+        EXPECT_TRUE(ReadAll(*open("large"), chunk) == large) << chunk;
     }
-    // A seek leaves the reading thread behind, wherever it had got to.
-    IIOPtr io;
-    ASSERT_EQ(FileIO::Open((dir / "large").string(), OpenMode::Read, io), kOk);
-    std::string buffer(5'000'000, '\0');
+
+    for (const auto& [name, content] : {std::pair{"small", small}, std::pair{"large", large}}) {
+        SCOPED_TRACE(name);
+        const IIOPtr io = open(name, 4096);
+        char buffer[10];
+        std::size_t got = 0;
+        ASSERT_EQ(io->Read(buffer, sizeof buffer, &got), kOk);
+        std::uint64_t position = 0;
+        ASSERT_EQ(io->Seek(5, SeekOrigin::Current, &position), kOk);
+        EXPECT_EQ(position, 15u);
+        ASSERT_EQ(io->Read(buffer, 1, &got), kOk);
+        EXPECT_EQ(buffer[0], content[15]);
+        ASSERT_EQ(io->Seek(-6, SeekOrigin::Current, &position), kOk);
+        EXPECT_EQ(position, 10u);
+        EXPECT_TRUE(ReadAll(*io, 65536) == content.substr(10));
+        ASSERT_EQ(io->Seek(-10, SeekOrigin::End, &position), kOk);
+        EXPECT_EQ(ReadAll(*io, 4096), content.substr(content.size() - 10));
+        std::uint64_t size = 0;
+        ASSERT_EQ(io->GetSize(&size), kOk);
+        EXPECT_EQ(size, content.size());
+    }
+    // Closing before the end stops the reading thread.
     std::size_t got = 0;
-    ASSERT_EQ(io->Read(buffer.data(), 4096, &got), kOk);
-    ASSERT_EQ(got, 4096u);
-    std::uint64_t position = 0;
-    ASSERT_EQ(io->Seek(-96, SeekOrigin::Current, &position), kOk);
-    EXPECT_EQ(position, 4000u);
-    EXPECT_TRUE(ReadAll(*io, 65536) == content.substr(4000));
-    ASSERT_EQ(io->Seek(-10, SeekOrigin::End, &position), kOk);
-    EXPECT_EQ(ReadAll(*io, 4096), content.substr(content.size() - 10));
-    // Closing before the end stops the thread.
-    IIOPtr partial;
-    ASSERT_EQ(FileIO::Open((dir / "large").string(), OpenMode::Read, partial), kOk);
-    ASSERT_EQ(partial->Read(buffer.data(), 10, &got), kOk);
-    EXPECT_EQ(buffer.substr(0, 10), content.substr(0, 10));
-}
-
-TEST(FileIOTest, OpenFailuresCarryTheSystemError)
-{
-    TempDir dir;
-    IIOPtr io;
-    const Result missing = FileIO::Open((dir / "missing").string(), OpenMode::Read, io);
-    EXPECT_TRUE(Failed(missing));
-    EXPECT_EQ(ResultMessage(missing), "No such file or directory");
-    EXPECT_EQ(ResultMessage(FileIO::Open(dir.path().string(), OpenMode::Read, io)), "Is a directory");
-    EXPECT_EQ(FileIO::Open("/dev/null", OpenMode::Read, io), kNotRegularFile);
-    EXPECT_FALSE(io);
-}
-
-TEST(FileIOTest, WriteThenReadBack)
-{
-    TempDir dir;
-    const std::string path = (dir / "out").string();
-    IIOPtr io;
-    ASSERT_EQ(FileIO::Open(path, OpenMode::CreateAlways, io), kOk);
-    std::size_t written = 0;
-    ASSERT_EQ(io->Write("hello", 5, &written), kOk);
-    EXPECT_EQ(written, 5u);
-    io.reset();
-    ASSERT_EQ(FileIO::Open(path, OpenMode::Read, io), kOk);
-    EXPECT_EQ(ReadAll(*io, 3), "hello");
-}
-
-TEST(MemoryIOTest, ReadWriteSeekAndBounds)
-{
-    MemoryIO io;
-    ASSERT_EQ(io.Write("abcdef", 6, nullptr), kOk);
-    std::uint64_t position = 0;
-    ASSERT_EQ(io.Seek(2, SeekOrigin::Begin, &position), kOk);
-    ASSERT_EQ(io.Write("XY", 2, nullptr), kOk);
-    ASSERT_EQ(io.Seek(-1, SeekOrigin::End, &position), kOk);
-    EXPECT_EQ(position, 5u);
-    EXPECT_EQ(io.Seek(-7, SeekOrigin::End, &position), kInvalidArgument);
-    ASSERT_EQ(io.Seek(0, SeekOrigin::Begin, nullptr), kOk);
-    EXPECT_EQ(ReadAll(io, 4), "abXYef");
-    std::size_t got = 1;
-    EXPECT_EQ(io.Read(nullptr, 0, &got), kOk);
-    EXPECT_EQ(got, 0u);
+    char buffer[10];
+    ASSERT_EQ(open("large")->Read(buffer, sizeof buffer, &got), kOk);
 }
 
 }  // namespace
