@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs the dependencies, then builds and tests the project three times:
-#   1. release build, warnings as errors;
+#   1. release build, warnings as errors, and the Debian packages made,
+#      installed and run (amd64; arm64 from a cross build, under qemu);
 #   2. debug build under AddressSanitizer and UndefinedBehaviorSanitizer,
 #      then the read-ahead and engine tests under ThreadSanitizer;
 #   3. AArch64 cross build under the same sanitizers, tests and the fuzz
@@ -63,8 +64,24 @@ private_run() {  # name, build dir, emulator command...
     rm -rf "$private"
 }
 
-stage "native release" build/release -DCMAKE_BUILD_TYPE=Release
+stage "native release" build/release -DCMAKE_BUILD_TYPE=Release -DICT_ALLOW_DEMO_ROOTS=ON
 private_run "native release" build/release
+
+# Debian packages: amd64 from the release build, arm64 from a cross build
+# of the programs, then installed and run as an operator would. A build
+# that trusts the demo hierarchy is packaged only when it says so.
+packages_start=$SECONDS
+echo "=== packages: refused without ICT_ALLOW_DEMO_ROOTS"
+cmake -S "$root" -B build/package-refused -G Ninja -DICT_BUILD_TESTS=OFF >/dev/null
+if refusal=$(cd build/package-refused && cpack 2>&1); then
+    echo "a build with the demo roots was packaged without ICT_ALLOW_DEMO_ROOTS" >&2
+    exit 1
+fi
+grep -q "Refusing to package a build that trusts the demo hierarchy" <<<"$refusal"
+(cd build/release && rm -rf packages && cpack >/dev/null)
+bash scripts/package.sh arm64 -- -DICT_ALLOW_DEMO_ROOTS=ON -DICT_WERROR=ON
+bash scripts/check-packages.sh build/release/packages build/package-arm64/packages
+summary+=("packages: amd64 installed and run, arm64 checked under qemu, $(( (SECONDS - packages_start) / 60 )) min $(( (SECONDS - packages_start) % 60 )) s")
 
 export ASAN_OPTIONS=abort_on_error=1:detect_leaks=1:strict_string_checks=1
 export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
