@@ -7,49 +7,14 @@
 #include <gtest/gtest.h>
 
 #include "program.h"
-#include "support/temp_dir.h"
 
 namespace integrity_check_tool::test {
 namespace {
 
-/// Sets INTEGRITY_CHECK_THREADS for the programs started while it lives;
-/// null leaves it unset.
-class Threads {
-public:
-    explicit Threads(const char* count)
-    {
-        if (count != nullptr) {
-            ::setenv("INTEGRITY_CHECK_THREADS", count, 1);
-        } else {
-            ::unsetenv("INTEGRITY_CHECK_THREADS");
-        }
-    }
-    ~Threads() { ::unsetenv("INTEGRITY_CHECK_THREADS"); }
-    Threads(const Threads&) = delete;
-    Threads& operator=(const Threads&) = delete;
-};
-
-/// What one run printed, the trace without its time and thread columns.
-struct Outcome {
-    int exitStatus;
-    std::string out;
-    std::string err;
-    std::string trace;
-};
-
-/// Empty when the texts are equal, else the first line where they part.
-std::string FirstDifference(const std::string& expected, const std::string& actual)
+/// Sets INTEGRITY_CHECK_THREADS for the programs started next; null unsets it.
+void SetThreads(const char* count)
 {
-    const std::vector<std::string> want = Lines(expected);
-    const std::vector<std::string> got = Lines(actual);
-    for (std::size_t i = 0; i < std::max(want.size(), got.size()); ++i) {
-        const std::string a = i < want.size() ? want[i] : "<end>";
-        const std::string b = i < got.size() ? got[i] : "<end>";
-        if (a != b) {
-            return "line " + std::to_string(i + 1) + ":\n  serial:   " + a + "\n  parallel: " + b;
-        }
-    }
-    return expected == actual ? "" : "line ends differ";
+    count != nullptr ? ::setenv("INTEGRITY_CHECK_THREADS", count, 1) : ::unsetenv("INTEGRITY_CHECK_THREADS");
 }
 
 /// An installation of a few hundred files under two hash algorithms,
@@ -69,9 +34,12 @@ protected:
             }
         }
         WriteFile(Product() / "single", "single");
-        WriteConfig("sha.config", "a", "<File path=\"%ProductRoot%/single\"><Check type=\"Sha256\"/>"
-                                       "<Check type=\"Gost2012\"/></File>");
-        WriteConfig("gost.config", "b", "");
+        const std::string head = "<Manifest productName=\"P\" productVersion=\"1\">"
+                                 "<File path=\"%ProductRoot%/forbidden\"><Check type=\"NotExists\"/></File>";
+        WriteFile(Product() / "sha.config", head + "<File path=\"%ProductRoot%/single\"><Check type=\"Sha256\"/>"
+                                                   "<Check type=\"Gost2012\"/></File>"
+                                                   "<Files path=\"%ProductRoot%/a\"/></Manifest>");
+        WriteFile(Product() / "gost.config", head + "<Files path=\"%ProductRoot%/b\"/></Manifest>");
         boost::filesystem::create_directory(shared_ / "out");
         OpenUp();
     }
@@ -82,40 +50,35 @@ protected:
         return Product() / part / ("d" + std::to_string(i % 7)) / ("f" + std::to_string(i));
     }
 
-    void WriteConfig(const std::string& name, const std::string& part, const std::string& extra) const
-    {
-        WriteFile(Product() / name, "<Manifest productName=\"P\" productVersion=\"1\">"
-                                    "<File path=\"%ProductRoot%/forbidden\"><Check type=\"NotExists\"/></File>" +
-                                        extra + "<Files path=\"%ProductRoot%/" + part + "\"/></Manifest>");
-    }
-
-    /// Every directory enterable and every file readable by everyone,
-    /// whatever the umask; the output directory writable too.
+    /// Everything readable by everyone, the output directory writable too.
     void OpenUp() const
     {
-        namespace fs = boost::filesystem;
-        for (fs::recursive_directory_iterator it(shared_.path()), end; it != end; ++it) {
-            fs::permissions(it->path(), fs::is_directory(it->path()) ? fs::perms(0755) : fs::perms(0644));
+        OpenToEveryone(shared_.path());
+        boost::filesystem::permissions(shared_ / "out", boost::filesystem::perms(0777));
+    }
+
+    void TearDown() override { SetThreads(nullptr); }
+
+    /// Generates `name`.xml from `name`.config, Sha256 only for "sha".
+    std::string Generate(const char* threads, const std::string& name) const
+    {
+        SetThreads(threads);
+        std::vector<std::string> arguments{"-g", "-c", (Product() / (name + ".config")).string(), "-m",
+                                           (Product() / (name + ".xml")).string()};
+        if (name == "sha") {
+            arguments.insert(arguments.end(), {"--check-type", "Sha256"});
         }
-        fs::permissions(shared_ / "out", fs::perms(0777));
-    }
-
-    std::string Generate(const char* threads, const std::string& config, const std::string& manifest,
-                         const std::vector<std::string>& extra = {}) const
-    {
-        const Threads scope(threads);
-        std::vector<std::string> arguments{"-g", "-c", (Product() / config).string(), "-m",
-                                           (Product() / manifest).string()};
-        arguments.insert(arguments.end(), extra.begin(), extra.end());
-        const ProcessResult result = RunProgram(Program::CheckTool, arguments);
-        EXPECT_EQ(result.exitStatus, 0) << result.err;
+        EXPECT_TRUE(Succeeded(RunProgram(Program::CheckTool, arguments)));
         // The stamp is the only thing that may differ between two runs.
-        return std::regex_replace(ReadFile(Product() / manifest), std::regex("generationDateTime=\"[^\"]*\""), "");
+        static const std::regex stamp("generationDateTime=\"[^\"]*\"");
+        return std::regex_replace(ReadFile(Product() / (name + ".xml")), stamp, "");
     }
 
-    Outcome Verify(const char* threads) const
+    /// What a run printed, with the trace (without its time and thread
+    /// columns) after the error output.
+    ProcessResult Verify(const char* threads) const
     {
-        const Threads scope(threads);
+        SetThreads(threads);
         const Path trace = shared_ / "out" / "trace";
         boost::filesystem::remove(trace);
         const ProcessResult result = RunProgramUnprivileged(
@@ -124,7 +87,8 @@ protected:
              (Product() / "gost.xml").string()},
             shared_.path());
         static const std::regex prefix("^[0-9:.]+ [0-9]+ ", std::regex::multiline);
-        return Outcome{result.exitStatus, result.out, result.err, std::regex_replace(ReadFile(trace), prefix, "")};
+        const std::string lines = std::regex_replace(ReadFile(trace), prefix, "");
+        return {result.exitStatus, result.out, result.err + "trace:\n" + lines};
     }
 
     TempDir shared_{TempDir::Access::Everyone};
@@ -133,10 +97,9 @@ protected:
 TEST_F(ParallelTest, ReadAheadPrintsExactlyWhatASerialRunPrints)
 {
     // Generation: the same manifests from one worker and from several.
-    const std::string sha = Generate("1", "sha.config", "sha.xml", {"--check-type", "Sha256"});
-    EXPECT_EQ(Generate("3", "sha.config", "sha.xml", {"--check-type", "Sha256"}), sha);
-    const std::string gost = Generate("1", "gost.config", "gost.xml");
-    EXPECT_EQ(Generate(nullptr, "gost.config", "gost.xml"), gost);
+    const std::string sha = Generate("1", "sha");
+    EXPECT_EQ(Generate("3", "sha"), sha);
+    EXPECT_EQ(Generate(nullptr, "gost"), Generate("1", "gost"));
     EXPECT_NE(sha.find("<Check type=\"Gost2012\" value=\""), std::string::npos) << sha;
     OpenUp();
 
@@ -158,21 +121,19 @@ TEST_F(ParallelTest, ReadAheadPrintsExactlyWhatASerialRunPrints)
     }
     WriteFile(Product() / "forbidden", "");
 
-    const Outcome serial = Verify("1");
-    EXPECT_EQ(serial.exitStatus, 1);
-    const std::vector<std::string> failures = Lines(serial.err);
-    EXPECT_GT(failures.size(), 60u) << serial.err;
-    EXPECT_NE(serial.err.find("Reason: Permission denied"), std::string::npos) << serial.err;
+    const ProcessResult serial = Verify("1");
+    EXPECT_TRUE(Failed(serial, "Reason: Permission denied"));
+    EXPECT_GT(Lines(serial.err).size(), 60u) << serial.err;
     EXPECT_NE(serial.err.find("Reason: Is a directory"), std::string::npos) << serial.err;
-    EXPECT_NE(serial.trace.find("has unexpected hash"), std::string::npos);
+    EXPECT_NE(serial.err.find("has unexpected hash"), std::string::npos);
 
+    // Any difference shows as a diff of the two texts.
     for (const char* threads : {"2", "5", static_cast<const char*>(nullptr)}) {
-        const Outcome parallel = Verify(threads);
-        const std::string name = threads != nullptr ? threads : "default";
-        EXPECT_EQ(parallel.exitStatus, serial.exitStatus) << name;
-        EXPECT_EQ(FirstDifference(serial.out, parallel.out), "") << name;
-        EXPECT_EQ(FirstDifference(serial.err, parallel.err), "") << name;
-        EXPECT_EQ(FirstDifference(serial.trace, parallel.trace), "") << name;
+        SCOPED_TRACE(threads != nullptr ? threads : "default");
+        const ProcessResult parallel = Verify(threads);
+        EXPECT_EQ(parallel.exitStatus, serial.exitStatus);
+        EXPECT_EQ(parallel.out, serial.out);
+        EXPECT_EQ(parallel.err, serial.err);
     }
 }
 

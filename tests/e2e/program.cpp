@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <sstream>
 
 #include <boost/filesystem/operations.hpp>
 
@@ -25,6 +26,18 @@ std::string ProgramPath(Program program)
     return (Path(directory) / built.filename()).string();
 }
 
+::testing::AssertionResult Outcome(const ProcessResult& result, int status, const std::string& text,
+                                   const std::string& part)
+{
+    if (result.exitStatus == status && text.find(part) != std::string::npos) {
+        return ::testing::AssertionSuccess();
+    }
+    return ::testing::AssertionFailure() << "expected exit status " << status << " and \"" << part
+                                         << "\", got " << result.exitStatus << "\nout:\n"
+                                         << result.out << "err:\n"
+                                         << result.err;
+}
+
 }  // namespace
 
 ProcessResult RunProgram(Program program, const std::vector<std::string>& arguments,
@@ -43,12 +56,33 @@ ProcessResult RunProgramUnprivileged(Program program, const std::vector<std::str
     const Path copy = shared / source.filename();
     if (!boost::filesystem::exists(copy)) {
         boost::filesystem::copy_file(source, copy);
-        boost::filesystem::permissions(copy, boost::filesystem::owner_all | boost::filesystem::group_read |
-                                                 boost::filesystem::group_exe | boost::filesystem::others_read |
-                                                 boost::filesystem::others_exe);
+        boost::filesystem::permissions(copy, boost::filesystem::perms(0755));
     }
     return RunProcess(copy.string(), arguments, {},
                       {"setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"});
+}
+
+void OpenToEveryone(const Path& root)
+{
+    namespace fs = boost::filesystem;
+    for (fs::recursive_directory_iterator it(root), end; it != end; ++it) {
+        fs::permissions(it->path(), fs::is_directory(it->path()) ? fs::perms(0755) : fs::perms(0644));
+    }
+}
+
+::testing::AssertionResult Succeeded(const ProcessResult& result, const std::string& outPart)
+{
+    return Outcome(result, 0, result.out, outPart);
+}
+
+::testing::AssertionResult Failed(const ProcessResult& result, const std::string& errPart)
+{
+    return Outcome(result, 1, result.err, errPart);
+}
+
+std::string CannotRead(const std::string& path, const std::string& why)
+{
+    return "file " + path + " failed. Reason: Can't read or access file " + path + ". Reason: " + why;
 }
 
 std::string DemoPki(const std::string& relative) { return std::string(ICT_DEMO_PKI_DIR) + "/" + relative; }
@@ -56,17 +90,19 @@ std::string DemoPki(const std::string& relative) { return std::string(ICT_DEMO_P
 std::vector<std::string> Lines(const std::string& text)
 {
     std::vector<std::string> lines;
-    std::size_t start = 0;
-    while (start < text.size()) {
-        const std::size_t end = text.find('\n', start);
-        if (end == std::string::npos) {
-            lines.push_back(text.substr(start));
-            break;
-        }
-        lines.push_back(text.substr(start, end - start));
-        start = end + 1;
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);) {
+        lines.push_back(line);
     }
     return lines;
+}
+
+SignedProductTest::SignedProductTest()
+{
+    WriteFile(dir_ / "product/agent", "x");
+    content_ = "<Manifest productName=\"Demo\" productVersion=\"1.0\">"
+               "<File path=\"%ProductRoot%/agent\"><Check type=\"Value\" value=\"eA==\"/></File></Manifest>\n";
+    WriteFile(Manifest(), content_);
 }
 
 }  // namespace integrity_check_tool::test

@@ -3,7 +3,10 @@
 #include <string>
 #include <vector>
 
+#include <gtest/gtest.h>
+
 #include "support/process.h"
+#include "support/temp_dir.h"
 #include "types.h"
 
 namespace integrity_check_tool::test {
@@ -24,10 +27,37 @@ ProcessResult RunProgram(Program program, const std::vector<std::string>& argume
 ProcessResult RunProgramUnprivileged(Program program, const std::vector<std::string>& arguments,
                                      const Path& shared);
 
+/// Makes every directory under `root` enterable and every file readable by
+/// everyone, whatever the umask.
+void OpenToEveryone(const Path& root);
+
+/// Exit status 0 and, unless empty, `outPart` in the standard output.
+::testing::AssertionResult Succeeded(const ProcessResult& result, const std::string& outPart = {});
+/// Exit status 1 and, unless empty, `errPart` in the error output.
+::testing::AssertionResult Failed(const ProcessResult& result, const std::string& errPart = {});
+
+/// The line reporting that `path` could not be read, for `why`.
+std::string CannotRead(const std::string& path, const std::string& why);
+
 /// A file of the committed demo hierarchy, e.g. DemoPki("regular/leaf.pem").
 std::string DemoPki(const std::string& relative);
 
 /// Splits output into lines (without line ends).
 std::vector<std::string> Lines(const std::string& text);
+
+/// A product of one file, "agent", and its unsigned manifest, for the
+/// signature tests.
+class SignedProductTest : public ::testing::Test {
+protected:
+    SignedProductTest();
+
+    /// What a passing check counts.
+    static constexpr const char* kSummaryOk = "\tManifests: 0 / 0 / 1\n\tFiles: 0 / 0 / 1\n";
+
+    Path Manifest() const { return dir_ / "product/integrity_check.xml"; }
+
+    TempDir dir_;
+    std::string content_;
+};
 
 }  // namespace integrity_check_tool::test

@@ -1,188 +1,150 @@
 // Signed manifests end to end: integrity_sign (or stock openssl) signs,
 // the checker and the tester verify against their compiled-in demo roots.
 
+#include <openssl/bn.h>
 #include <openssl/x509.h>
 
 #include <boost/filesystem/operations.hpp>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <lum/format.h>
 
 #include "program.h"
 #include "support/pki.h"
-#include "support/temp_dir.h"
 
 namespace integrity_check_tool::test {
 namespace {
 
-constexpr const char* kSummaryOk = "\tManifests: 0 / 0 / 1\n\tFiles: 0 / 0 / 1\n";
+using ::testing::HasSubstr;
 
 /// The demo hierarchy of one set, loaded from the repository.
 pki::Hierarchy DemoHierarchy(const std::string& set)
 {
-    const auto key = [&](const std::string& name) { return pki::Key::FromPem(ReadFile(DemoPki(set + "/" + name))); };
-    const auto cert = [&](const std::string& name) {
-        return pki::Certificate::FromPem(ReadFile(DemoPki(set + "/" + name)));
-    };
-    return pki::Hierarchy{key("root.key"), cert("root.pem"), key("inter.key"), cert("inter.pem"),
-                          key("leaf.key"), cert("leaf.pem")};
+    const auto key = [&](const char* name) { return pki::Key::FromPem(ReadFile(DemoPki(set + "/" + name))); };
+    const auto cert = [&](const char* name) { return pki::Certificate::FromPem(ReadFile(DemoPki(set + "/" + name))); };
+    return {key("root.key"), cert("root.pem"), key("inter.key"), cert("inter.pem"), key("leaf.key"), cert("leaf.pem")};
 }
 
 /// The serial number in hexadecimal, as integrity_sign --revoke takes it.
 std::string SerialHex(const pki::Certificate& certificate)
 {
-    const ASN1_INTEGER* serial = X509_get0_serialNumber(certificate.get());
-    std::string hex;
-    static constexpr char kDigits[] = "0123456789ABCDEF";
-    for (int i = 0; i < serial->length; ++i) {
-        hex += kDigits[serial->data[i] >> 4];
-        hex += kDigits[serial->data[i] & 0xF];
-    }
-    return hex;
+    BIGNUM* serial = ASN1_INTEGER_to_BN(X509_get0_serialNumber(certificate.get()), nullptr);
+    char* hex = BN_bn2hex(serial);
+    const std::string text = hex;
+    OPENSSL_free(hex);
+    BN_free(serial);
+    return text;
 }
 
 std::string Text(const Blob& bytes) { return std::string(bytes.begin(), bytes.end()); }
 
-class SignatureTest : public ::testing::Test {
+class SignatureTest : public SignedProductTest {
 protected:
-    SignatureTest()
+    ProcessResult Sign(const std::string& set, const Path& file,
+                       const std::vector<std::string>& extra = {"--type", "lum"}) const
     {
-        WriteFile(dir_ / "product/agent", "x");
-        WriteFile(Manifest(), "<Manifest productName=\"Demo\" productVersion=\"1.0\">"
-                              "<File path=\"%ProductRoot%/agent\"><Check type=\"Value\" value=\"eA==\"/></File>"
-                              "</Manifest>\n");
-        content_ = ReadFile(Manifest());
-    }
-
-    Path Manifest() const { return dir_ / "product/integrity_check.xml"; }
-
-    ProcessResult Sign(const std::string& type, const std::string& set, const Path& file,
-                       const std::vector<std::string>& extra = {}) const
-    {
-        std::vector<std::string> arguments{"--type", type, "--key", DemoPki(set + "/leaf.key"), "--cert",
-                                           DemoPki(set + "/leaf.pem"), "--chain", DemoPki(set + "/inter.pem")};
-        arguments.insert(arguments.end(), extra.begin(), extra.end());
-        arguments.push_back(file.string());
+        std::vector<std::string> arguments = extra;
+        arguments.insert(arguments.end(), {"--key", DemoPki(set + "/leaf.key"), "--cert", DemoPki(set + "/leaf.pem"),
+                                           "--chain", DemoPki(set + "/inter.pem"), file.string()});
         return RunProgram(Program::Sign, arguments);
     }
 
-    void SignManifest(const std::string& type = "lum", const std::string& set = "regular") const
+    /// A copy of the unsigned manifest signed with the alternative set.
+    Path SignAlternative() const
     {
-        const ProcessResult signing = Sign(type, set, Manifest());
-        ASSERT_EQ(signing.exitStatus, 0) << signing.err;
+        const Path other = dir_ / "product/alternative.xml";
+        WriteFile(other, content_);
+        EXPECT_TRUE(Succeeded(Sign("alternative", other)));
+        return other;
     }
 
     ProcessResult Check(const Path& file, const std::vector<std::string>& extra = {},
                         Program program = Program::Checker) const
     {
-        std::vector<std::string> arguments{file.string()};
-        arguments.insert(arguments.end(), extra.begin(), extra.end());
+        std::vector<std::string> arguments = extra;
+        arguments.push_back(file.string());
         return RunProgram(program, arguments);
     }
 
-    /// A failed check: exit status 1 and the flags of the signature error.
-    static std::string FailedFlags(const ProcessResult& result, const Path& file)
+    /// The flags of the signature error of a failed check, as "|A|B|".
+    static std::string Flags(const ProcessResult& result, const Path& file)
     {
-        EXPECT_EQ(result.exitStatus, 1) << result.out;
+        EXPECT_EQ(result.exitStatus, 1) << result.err;
         const std::string prefix = "Can't verify LUM signature of file " + file.string() + ". Flags: ";
         const std::size_t at = result.err.find(prefix);
         if (at == std::string::npos) {
-            ADD_FAILURE() << result.err;
-            return {};
+            return result.err;
         }
         const std::size_t begin = at + prefix.size();
-        return result.err.substr(begin, result.err.find('\n', begin) - begin);
+        return "|" + result.err.substr(begin, result.err.find('\n', begin) - begin) + "|";
     }
 
-    static bool Has(const std::string& flags, const std::string& name)
+    /// A CRL directory holding a revocation container of `databases`.
+    std::string CrlDirectory(const std::string& name,
+                             const std::vector<crypto::lum::RevocationDatabase>& databases) const
     {
-        return ("|" + flags + "|").find("|" + name + "|") != std::string::npos;
+        WriteFile(dir_ / name / crypto::lum::kContainerName, Text(crypto::lum::BuildContainer(databases)));
+        return (dir_ / name).string();
     }
-
-    /// Writes `bytes` as the revocation container of a fresh CRL directory.
-    Path CrlDirectory(const std::string& name, const Blob& bytes) const
-    {
-        const Path directory = dir_ / name;
-        WriteFile(directory / crypto::lum::kContainerName, Text(bytes));
-        return directory;
-    }
-
-    TempDir dir_;
-    std::string content_;
 };
 
 TEST_F(SignatureTest, SignedManifestVerifiesAgainstItsOwnRootSetOnly)
 {
-    SignManifest();
-    const ProcessResult checked = Check(Manifest());
-    EXPECT_EQ(checked.exitStatus, 0) << checked.err;
-    EXPECT_NE(checked.out.find(kSummaryOk), std::string::npos) << checked.out;
-    EXPECT_TRUE(checked.out.ends_with("SUCCEEDED\n"));
-
+    ASSERT_TRUE(Succeeded(Sign("regular", Manifest())));
+    EXPECT_TRUE(Succeeded(Check(Manifest()), kSummaryOk));
     // The tester trusts the alternative roots: the regular chain is incomplete there.
-    EXPECT_TRUE(Has(FailedFlags(Check(Manifest(), {}, Program::Tester), Manifest()), "IncompleteChain"));
-
-    const Path other = dir_ / "product/alternative.xml";
-    WriteFile(other, content_);
-    ASSERT_EQ(Sign("lum", "alternative", other).exitStatus, 0);
-    EXPECT_EQ(Check(other, {}, Program::Tester).exitStatus, 0);
-    EXPECT_TRUE(Has(FailedFlags(Check(other), other), "IncompleteChain"));
+    EXPECT_THAT(Flags(Check(Manifest(), {}, Program::Tester), Manifest()), HasSubstr("|IncompleteChain|"));
+    const Path other = SignAlternative();
+    EXPECT_TRUE(Succeeded(Check(other, {}, Program::Tester), kSummaryOk));
+    EXPECT_THAT(Flags(Check(other), other), HasSubstr("|IncompleteChain|"));
 }
 
-TEST_F(SignatureTest, AnyChangedByteFails)
+TEST_F(SignatureTest, DamagedSignedFilesAreRefused)
 {
-    SignManifest();
+    ASSERT_TRUE(Succeeded(Sign("regular", Manifest())));
     const std::string signedFile = ReadFile(Manifest());
     const std::size_t derStart = content_.size();
     const std::size_t trailerStart = signedFile.size() - crypto::lum::kTrailerSize;
-    // Content, the CMS near its start and end, the length and the magic.
+    // Any changed byte: content, the CMS near its start and end, the length and the magic.
     for (const std::size_t offset : {std::size_t{0}, content_.size() / 2, derStart + 3, derStart + 80,
                                      trailerStart - 5, trailerStart + 3, signedFile.size() - 1}) {
         std::string tampered = signedFile;
         tampered[offset] = static_cast<char>(tampered[offset] ^ 0x01);
         WriteFile(Manifest(), tampered);
-        const ProcessResult result = Check(Manifest());
-        EXPECT_EQ(result.exitStatus, 1) << "byte " << offset;
-        EXPECT_NE(result.err.find("Can't verify LUM signature of file"), std::string::npos)
-            << "byte " << offset << ": " << result.err;
+        EXPECT_TRUE(Failed(Check(Manifest()), "Can't verify LUM signature of file")) << "byte " << offset;
     }
-}
-
-TEST_F(SignatureTest, MalformedSignaturesAreRefusedCleanly)
-{
-    SignManifest();
-    const std::string signedFile = ReadFile(Manifest());
+    // Broken framing is malformed content, found without reading out of bounds.
     const std::string magic(reinterpret_cast<const char*>(crypto::lum::kSignatureMagic.data()),
                             crypto::lum::kSignatureMagic.size());
-    const std::vector<std::pair<std::string, std::string>> cases{
+    const std::pair<const char*, std::string> malformed[] = {
         {"unsigned", content_},
         {"empty", ""},
         {"trailer only", std::string("\0\0\0\x10", 4) + magic},
         {"length beyond the file", content_ + std::string("\xFF\xFF\xFF\xF0", 4) + magic},
         {"truncated trailer", signedFile.substr(0, signedFile.size() - 1)},
-        {"cut inside the CMS", signedFile.substr(0, content_.size() + 40) + signedFile.substr(signedFile.size() - 12)},
+        {"cut inside the CMS", signedFile.substr(0, derStart + 40) + signedFile.substr(signedFile.size() - 12)},
         {"bytes after the signature", signedFile + "\x01garbage"},
     };
-    for (const auto& [name, bytes] : cases) {
+    for (const auto& [name, bytes] : malformed) {
+        SCOPED_TRACE(name);
         WriteFile(Manifest(), bytes);
-        const ProcessResult result = Check(Manifest());
-        EXPECT_EQ(FailedFlags(result, Manifest()), "MalformedContent") << name;
-        EXPECT_EQ(result.err.find("AddressSanitizer"), std::string::npos) << name;
+        EXPECT_EQ(Flags(Check(Manifest()), Manifest()), "|MalformedContent|");
     }
 }
 
 TEST_F(SignatureTest, CertificateProblemsNameTheirFlags)
 {
     const pki::Hierarchy demo = DemoHierarchy("regular");
-    struct Case {
+    const struct {
         const char* name;
         int notBefore;
         int notAfter;
         const char* extendedKeyUsage;
         const char* flag;
-    };
-    for (const Case& c : {Case{"expired", -30, -1, "codeSigning", "Expired"},
-                          Case{"not yet valid", 2, 30, "codeSigning", "Expired"},
-                          Case{"no code signing", -1, 30, "serverAuth", "InvalidPurpose"}}) {
+    } cases[] = {{"expired", -30, -1, "codeSigning", "|Expired|"},
+                 {"not yet valid", 2, 30, "codeSigning", "|Expired|"},
+                 {"no code signing", -1, 30, "serverAuth", "|InvalidPurpose|"}};
+    for (const auto& c : cases) {
         pki::CertificateOptions options = pki::LeafOptions(c.name, 7000);
         options.notBeforeDays = c.notBefore;
         options.notAfterDays = c.notAfter;
@@ -190,13 +152,14 @@ TEST_F(SignatureTest, CertificateProblemsNameTheirFlags)
         const pki::Key key = pki::Key::Generate();
         const pki::Certificate leaf = demo.IssueLeaf(options, key);
         WriteFile(Manifest(), Text(pki::SignLum(pki::ToBlob(content_), leaf, key, {demo.intermediate})));
-        EXPECT_TRUE(Has(FailedFlags(Check(Manifest()), Manifest()), c.flag)) << c.name;
+        EXPECT_THAT(Flags(Check(Manifest()), Manifest()), HasSubstr(c.flag)) << c.name;
     }
 }
 
+// Revocation lists made with integrity_sign.
 TEST_F(SignatureTest, RevokedLeafOrIntermediateFails)
 {
-    SignManifest();
+    ASSERT_TRUE(Succeeded(Sign("regular", Manifest())));
     const pki::Hierarchy demo = DemoHierarchy("regular");
     const auto container = [&](const std::string& name, const std::vector<std::string>& revoke) {
         const Path crl = dir_ / (name + ".crl");
@@ -205,102 +168,83 @@ TEST_F(SignatureTest, RevokedLeafOrIntermediateFails)
         for (const std::string& serial : revoke) {
             arguments.insert(arguments.end(), {"--revoke", serial});
         }
-        EXPECT_EQ(RunProgram(Program::Sign, arguments).exitStatus, 0);
-        const Path directory = dir_ / name;
-        boost::filesystem::create_directories(directory);
-        const ProcessResult made =
-            RunProgram(Program::Sign, {"--make-container", "--root", DemoPki("regular/root.pem"), "--output",
-                                       (directory / crypto::lum::kContainerName).string(), crl.string()});
-        EXPECT_EQ(made.exitStatus, 0) << made.err;
-        return directory.string();
+        EXPECT_TRUE(Succeeded(RunProgram(Program::Sign, arguments)));
+        boost::filesystem::create_directories(dir_ / name);
+        const std::string output = (dir_ / name / crypto::lum::kContainerName).string();
+        EXPECT_TRUE(Succeeded(RunProgram(Program::Sign, {"--make-container", "--root", DemoPki("regular/root.pem"),
+                                                         "--output", output, crl.string()})));
+        return (dir_ / name).string();
     };
-
-    const ProcessResult unrelated = Check(Manifest(), {"--crl", container("unrelated", {"0123456789"})});
-    EXPECT_EQ(unrelated.exitStatus, 0) << unrelated.err;
+    EXPECT_TRUE(Succeeded(Check(Manifest(), {"--crl", container("unrelated", {"0123456789"})})));
     for (const pki::Certificate* revoked : {&demo.leaf, &demo.intermediate}) {
         const std::string serial = SerialHex(*revoked);
-        EXPECT_TRUE(Has(FailedFlags(Check(Manifest(), {"--crl", container(serial, {"0123", serial})}), Manifest()),
-                        "Revoked"))
-            << serial;
+        const std::string crl = container(serial, {"0123", serial});
+        EXPECT_THAT(Flags(Check(Manifest(), {"--crl", crl}), Manifest()), HasSubstr("|Revoked|")) << serial;
     }
 }
 
 TEST_F(SignatureTest, BadRevocationContainersStopTheCheck)
 {
-    SignManifest();
+    ASSERT_TRUE(Succeeded(Sign("regular", Manifest())));
     const pki::Hierarchy demo = DemoHierarchy("regular");
     const pki::Hierarchy alternative = DemoHierarchy("alternative");
-    const pki::Certificate root2 = pki::Certificate::FromPem(ReadFile(DemoPki("alternative/root2.pem")));
-    const pki::Key root2Key = pki::Key::FromPem(ReadFile(DemoPki("alternative/root2.key")));
     const crypto::lum::RevocationDatabase good{demo.HierarchyId(), demo.Crl({})};
-    // A CRL in the root's name signed by another key.
-    const crypto::lum::RevocationDatabase forged{demo.HierarchyId(),
-                                                 pki::MakeCrl(demo.root, alternative.rootKey, {})};
     const crypto::lum::RevocationDatabase alternativeOnly{alternative.HierarchyId(), alternative.Crl({})};
-
-    struct Case {
+    const struct {
         const char* name;
         std::vector<crypto::lum::RevocationDatabase> databases;
         Program program;
         const char* trace;
+    } cases[] = {
+        {"duplicate", {good, good}, Program::Checker, "lumErrRdbAlreadyExists"},
+        // A CRL in the root's name signed by another key.
+        {"forged", {{demo.HierarchyId(), pki::MakeCrl(demo.root, alternative.rootKey, {})}}, Program::Checker,
+         "Failed to verify signature of revocation database."},
+        {"absent", {alternativeOnly}, Program::Tester, "lumErrRdbAbsent"},
     };
-    for (const Case& c : {Case{"duplicate", {good, good}, Program::Checker, "lumErrRdbAlreadyExists"},
-                          Case{"forged", {forged}, Program::Checker, "Failed to verify signature of revocation database."},
-                          Case{"absent", {alternativeOnly}, Program::Tester, "lumErrRdbAbsent"}}) {
-        const Path directory = CrlDirectory(c.name, crypto::lum::BuildContainer(c.databases));
-        const ProcessResult result = Check(Manifest(), {"--crl", directory.string()}, c.program);
-        EXPECT_EQ(result.exitStatus, 1) << c.name;
-        EXPECT_NE(result.err.find("Can't create LUM verifier"), std::string::npos) << c.name << result.err;
-        EXPECT_NE(result.out.find(c.trace), std::string::npos) << c.name << result.out;
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        const ProcessResult result = Check(Manifest(), {"--crl", CrlDirectory(c.name, c.databases)}, c.program);
+        EXPECT_TRUE(Failed(result, "Can't create LUM verifier"));
+        EXPECT_NE(result.out.find(c.trace), std::string::npos) << result.out;
     }
     // Both alternative roots covered: the tester accepts an alternative signature.
-    const Path alternativeManifest = dir_ / "product/alternative.xml";
-    WriteFile(alternativeManifest, content_);
-    ASSERT_EQ(Sign("lum", "alternative", alternativeManifest).exitStatus, 0);
     pki::Hierarchy second = alternative;
-    second.root = root2;
-    second.rootKey = root2Key;
-    const Path both = CrlDirectory("both", crypto::lum::BuildContainer({alternativeOnly, {second.HierarchyId(), second.Crl({})}}));
-    const ProcessResult accepted = Check(alternativeManifest, {"--crl", both.string()}, Program::Tester);
-    EXPECT_EQ(accepted.exitStatus, 0) << accepted.err;
+    second.root = pki::Certificate::FromPem(ReadFile(DemoPki("alternative/root2.pem")));
+    second.rootKey = pki::Key::FromPem(ReadFile(DemoPki("alternative/root2.key")));
+    const std::string both = CrlDirectory("both", {alternativeOnly, {second.HierarchyId(), second.Crl({})}});
+    EXPECT_TRUE(Succeeded(Check(SignAlternative(), {"--crl", both}, Program::Tester)));
 
     WriteFile(dir_ / "not-a-directory", "x");
-    const ProcessResult file = Check(Manifest(), {"--crl", (dir_ / "not-a-directory").string()});
-    EXPECT_EQ(file.exitStatus, 1);
-    EXPECT_NE(file.err.find("CRL storage path " + (dir_ / "not-a-directory").string() + " is not a directory"),
-              std::string::npos)
-        << file.err;
+    EXPECT_TRUE(Failed(Check(Manifest(), {"--crl", (dir_ / "not-a-directory").string()}),
+                       "CRL storage path " + (dir_ / "not-a-directory").string() + " is not a directory"));
 }
 
 TEST_F(SignatureTest, FileNameBindingFollowsTheSignatureType)
 {
-    SignManifest("lum-with-filename");
-    EXPECT_EQ(Check(Manifest(), {"--signature-type", "lum-with-filename"}).exitStatus, 0);
+    const std::vector<std::string> bound{"--signature-type", "lum-with-filename"};
+    ASSERT_TRUE(Succeeded(Sign("regular", Manifest(), {"--type", "lum-with-filename"})));
+    EXPECT_TRUE(Succeeded(Check(Manifest(), bound)));
     const Path renamed = dir_ / "product/renamed.xml";
     boost::filesystem::copy_file(Manifest(), renamed);
-    const ProcessResult bound = Check(renamed, {"--signature-type", "lum-with-filename"});
-    EXPECT_EQ(bound.exitStatus, 1);
-    EXPECT_NE(bound.err.find("Can't verify LUM signature of file " + renamed.string()), std::string::npos);
-    EXPECT_EQ(Check(renamed, {"--signature-type", "lum"}).exitStatus, 0);
-
+    EXPECT_TRUE(Failed(Check(renamed, bound), "Can't verify LUM signature of file " + renamed.string()));
+    EXPECT_TRUE(Succeeded(Check(renamed, {"--signature-type", "lum"})));
     // A plain "lum" signature carries no name, so the binding refuses it.
-    ASSERT_EQ(Sign("lum", "regular", Manifest(), {"--replace"}).exitStatus, 0);
-    EXPECT_EQ(Check(Manifest(), {"--signature-type", "lum-with-filename"}).exitStatus, 1);
+    ASSERT_TRUE(Succeeded(Sign("regular", Manifest(), {"--type", "lum", "--replace"})));
+    EXPECT_TRUE(Failed(Check(Manifest(), bound)));
 }
 
 TEST_F(SignatureTest, StockOpenSslSignatureWithAppendedTrailerVerifies)
 {
     const Path der = dir_ / "signature.der";
-    const ProcessResult signing = RunHostProcess(
+    ASSERT_TRUE(Succeeded(RunHostProcess(
         {"openssl", "cms", "-sign", "-binary", "-in", Manifest().string(), "-signer", DemoPki("regular/leaf.pem"),
          "-inkey", DemoPki("regular/leaf.key"), "-certfile", DemoPki("regular/inter.pem"), "-md", "sha256",
-         "-outform", "DER", "-out", der.string()});
-    ASSERT_EQ(signing.exitStatus, 0) << signing.err;
+         "-outform", "DER", "-out", der.string()})));
     const std::string signature = ReadFile(der);
     const auto trailer = crypto::lum::MakeTrailer(static_cast<std::uint32_t>(signature.size()));
     WriteFile(Manifest(), content_ + signature + std::string(trailer.begin(), trailer.end()));
-    const ProcessResult checked = Check(Manifest());
-    EXPECT_EQ(checked.exitStatus, 0) << checked.err;
+    EXPECT_TRUE(Succeeded(Check(Manifest()), kSummaryOk));
 }
 
 }  // namespace

@@ -5,12 +5,10 @@
 #include <gtest/gtest.h>
 
 #include "program.h"
-#include "support/temp_dir.h"
 
 namespace integrity_check_tool::test {
 namespace {
 
-constexpr const char* kSummaryOk = "\tManifests: 0 / 0 / 1\n\tFiles: 0 / 0 / 1\n";
 constexpr const char* kUnknownKey = "Key for operation couldn't be found";
 
 // The stock-OpenSSL route the README describes, word for word.
@@ -21,51 +19,19 @@ openssl dgst -engine gost -md_gost12_256 -binary key.xy | head -c 8 > key.id
 { cat manifest.xml; printf '\001'; cat key.id manifest.sig; printf '\000\000\000\115\000VORN2SG'; } > manifest.signed.xml
 )sh";
 
-bool Contains(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
-
-class Vorn2Test : public ::testing::Test {
+class Vorn2Test : public SignedProductTest {
 protected:
-    Vorn2Test()
-    {
-        WriteFile(dir_ / "product/agent", "x");
-        WriteFile(Manifest(), "<Manifest productName=\"Demo\" productVersion=\"1.0\">"
-                              "<File path=\"%ProductRoot%/agent\"><Check type=\"Value\" value=\"eA==\"/></File>"
-                              "</Manifest>\n");
-        content_ = ReadFile(Manifest());
-    }
-
-    Path Manifest() const { return dir_ / "product/integrity_check.xml"; }
-
     /// Signs the unsigned manifest anew with `key`.
     void SignManifest(const std::string& key) const
     {
         WriteFile(Manifest(), content_);
-        const ProcessResult signing =
-            RunProgram(Program::Sign, {"--type", "vorn2", "--key", key, Manifest().string()});
-        ASSERT_EQ(signing.exitStatus, 0) << signing.err;
+        ASSERT_TRUE(Succeeded(RunProgram(Program::Sign, {"--type", "vorn2", "--key", key, Manifest().string()})));
     }
 
     ProcessResult Check(Program program = Program::Checker) const
     {
         return RunProgram(program, {"--signature-type", "vorn2", Manifest().string()});
     }
-
-    static void ExpectPasses(const ProcessResult& result)
-    {
-        EXPECT_EQ(result.exitStatus, 0) << result.err;
-        EXPECT_TRUE(Contains(result.out, kSummaryOk)) << result.out;
-        EXPECT_TRUE(result.out.ends_with("SUCCEEDED\n")) << result.out;
-    }
-
-    static void ExpectFails(const ProcessResult& result, const std::string& reason)
-    {
-        EXPECT_EQ(result.exitStatus, 1) << result.out;
-        EXPECT_TRUE(Contains(result.err, reason)) << result.err;
-        EXPECT_TRUE(result.err.ends_with("FAILED\n")) << result.err;
-    }
-
-    TempDir dir_;
-    std::string content_;
 };
 
 TEST_F(Vorn2Test, RegularKeysPassAndAnyContentChangeFails)
@@ -73,29 +39,26 @@ TEST_F(Vorn2Test, RegularKeysPassAndAnyContentChangeFails)
     for (const char* key : {"regular/gost256.key", "regular/gost512.key"}) {
         SCOPED_TRACE(key);
         SignManifest(DemoPki(key));
-        ExpectPasses(Check());
-
+        EXPECT_TRUE(Succeeded(Check(), kSummaryOk));
         std::string tampered = ReadFile(Manifest());
         tampered[content_.find("eA==")] = 'f';
         WriteFile(Manifest(), tampered);
-        ExpectFails(Check(), "Invalid signature");
+        EXPECT_TRUE(Failed(Check(), "Invalid signature"));
     }
 }
 
 TEST_F(Vorn2Test, EachProgramTrustsOnlyItsOwnKeySet)
 {
     SignManifest(DemoPki("alternative/gost256.key"));
-    ExpectFails(Check(), kUnknownKey);
-    ExpectPasses(Check(Program::Tester));
-
+    EXPECT_TRUE(Failed(Check(), kUnknownKey));
+    EXPECT_TRUE(Succeeded(Check(Program::Tester), kSummaryOk));
     // A fresh key is in no compiled-in set.
     const Path key = dir_ / "fresh.key";
-    const ProcessResult made =
-        RunProgram(Program::Sign, {"--gen-key", "gost512", "--paramset", "B", "--output", key.string()});
-    ASSERT_EQ(made.exitStatus, 0) << made.err;
+    ASSERT_TRUE(Succeeded(
+        RunProgram(Program::Sign, {"--gen-key", "gost512", "--paramset", "B", "--output", key.string()})));
     SignManifest(key.string());
-    ExpectFails(Check(), kUnknownKey);
-    ExpectFails(Check(Program::Tester), kUnknownKey);
+    EXPECT_TRUE(Failed(Check(), kUnknownKey));
+    EXPECT_TRUE(Failed(Check(Program::Tester), kUnknownKey));
 }
 
 TEST_F(Vorn2Test, StockOpenSslRecordVerifies)
@@ -105,10 +68,9 @@ TEST_F(Vorn2Test, StockOpenSslRecordVerifies)
     }
     WriteFile(dir_ / "gost.key", ReadFile(DemoPki("regular/gost256.key")));
     WriteFile(dir_ / "manifest.xml", content_);
-    const ProcessResult recipe = RunHostProcess({"sh", "-c", kOpenSslRecipe}, dir_.path().string());
-    ASSERT_EQ(recipe.exitStatus, 0) << recipe.err;
+    ASSERT_TRUE(Succeeded(RunHostProcess({"sh", "-c", kOpenSslRecipe}, dir_.path().string())));
     WriteFile(Manifest(), ReadFile(dir_ / "manifest.signed.xml"));
-    ExpectPasses(Check());
+    EXPECT_TRUE(Succeeded(Check(), kSummaryOk));
 }
 
 }  // namespace

@@ -26,17 +26,6 @@ inline FileInfo File(std::string path, std::initializer_list<CheckInfoPtr> check
     return file;
 }
 
-/// A registry value entry without conditions.
-inline RegistryValueInfo Value(std::string name, RegistryType type,
-                               std::initializer_list<CheckInfoPtr> checks = {})
-{
-    RegistryValueInfo value;
-    value.name = std::move(name);
-    value.type = type;
-    value.checks = checks;
-    return value;
-}
-
 /// Tracer that keeps every record written within its level.
 class RecordingTracer final : public zel::ITracer {
 public:

@@ -1,14 +1,13 @@
 #include "support/process.h"
 
 #include <fcntl.h>
-#include <poll.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
 #include <stdexcept>
+#include <thread>
 
 #include <boost/algorithm/string/split.hpp>
 
@@ -16,18 +15,36 @@ extern char** environ;
 
 namespace integrity_check_tool::test {
 
+namespace {
+
+/// Everything that comes through `fd` until its end; then closes it.
+std::string Drain(int fd)
+{
+    std::string text;
+    char buffer[65536];
+    for (ssize_t got; (got = ::read(fd, buffer, sizeof buffer)) != 0;) {
+        if (got > 0) {
+            text.append(buffer, static_cast<std::size_t>(got));
+        } else if (errno != EINTR) {
+            break;
+        }
+    }
+    ::close(fd);
+    return text;
+}
+
+}  // namespace
+
 std::vector<std::string> EmulatorCommand()
 {
-#ifdef ICT_TEST_EMULATOR
-    std::string joined = ICT_TEST_EMULATOR;
     std::vector<std::string> parts;
+#ifdef ICT_TEST_EMULATOR
+    const std::string joined = ICT_TEST_EMULATOR;
     if (!joined.empty()) {
         boost::algorithm::split(parts, joined, [](char c) { return c == '|'; });
     }
-    return parts;
-#else
-    return {};
 #endif
+    return parts;
 }
 
 ProcessResult RunProcess(const std::string& program, const std::vector<std::string>& arguments,
@@ -72,32 +89,11 @@ ProcessResult RunHostProcess(std::vector<std::string> command, const std::string
         throw std::runtime_error("cannot start " + command.front());
     }
 
+    // Both pipes are read at once, so that a child filling one never waits.
     ProcessResult result;
-    std::array<pollfd, 2> fds{{{outPipe[0], POLLIN, 0}, {errPipe[0], POLLIN, 0}}};
-    std::string* sinks[2] = {&result.out, &result.err};
-    int open = 2;
-    while (open > 0) {
-        if (::poll(fds.data(), fds.size(), -1) < 0) {
-            if (errno == EINTR) {
-                continue;
-            }
-            break;
-        }
-        for (std::size_t i = 0; i < fds.size(); ++i) {
-            if (fds[i].fd < 0 || fds[i].revents == 0) {
-                continue;
-            }
-            char buffer[65536];
-            const ssize_t got = ::read(fds[i].fd, buffer, sizeof buffer);
-            if (got > 0) {
-                sinks[i]->append(buffer, static_cast<std::size_t>(got));
-            } else if (got == 0 || errno != EINTR) {
-                ::close(fds[i].fd);
-                fds[i].fd = -1;
-                --open;
-            }
-        }
-    }
+    std::thread errors([&] { result.err = Drain(errPipe[0]); });
+    result.out = Drain(outPipe[0]);
+    errors.join();
     int status = 0;
     while (::waitpid(pid, &status, 0) < 0 && errno == EINTR) {
     }

@@ -18,9 +18,7 @@ TempDir::TempDir(Access access)
     }
     path_ = pattern;
     if (access == Access::Everyone) {
-        boost::filesystem::permissions(path_, boost::filesystem::owner_all | boost::filesystem::group_read |
-                                                  boost::filesystem::group_exe | boost::filesystem::others_read |
-                                                  boost::filesystem::others_exe);
+        boost::filesystem::permissions(path_, boost::filesystem::perms(0755));
     }
 }
 
