@@ -11,7 +11,6 @@ namespace pki = integrity_check_tool::test::pki;
 using pki::Hierarchy;
 
 struct Report {
-    std::string message;
     Bytes data;
     std::uint32_t index = 0;
     std::int32_t result = 0;
@@ -49,9 +48,9 @@ protected:
         checker_.reset();
         return LumCreateRevocationChecker(
             required, optional, 0, container,
-            [this](const char* message, const std::uint8_t* data, std::size_t size,
+            [this](const char* /*message*/, const std::uint8_t* data, std::size_t size,
                    std::uint32_t index, std::int32_t result) {
-                reports_.push_back({message, Bytes(data, data + size), index, result});
+                reports_.push_back({Bytes(data, data + size), index, result});
             },
             checker_);
     }
@@ -61,10 +60,11 @@ protected:
     ILumRevocationCheckerPtr checker_;
 };
 
+// Databases of roots outside both sets are skipped; an optional root may
+// have none, and an empty container requires nothing.
 TEST_F(RevocationCheckerTest, LoadsDatabasesOfKnownRootsAndSkipsOthers)
 {
-    ASSERT_EQ(Create({}), lumOk) << "an empty container requires nothing";
-    ASSERT_EQ(checker_->GetRootCount(), 3u);
+    ASSERT_EQ(Create({}), lumOk);
     EXPECT_EQ(checker_->GetDatabase(0), nullptr);
 
     const RevocationDatabase b5and6 = Database(B(), {5, 6});
@@ -72,82 +72,59 @@ TEST_F(RevocationCheckerTest, LoadsDatabasesOfKnownRootsAndSkipsOthers)
                   {Database(Hierarchy::Make("Unknown", 0x4001)), b5and6, Database(A())})),
               lumOk);
     EXPECT_TRUE(reports_.empty());
+    ASSERT_EQ(checker_->GetRootCount(), 3u);
     const RevocationDatabaseInfo* b = checker_->GetDatabase(1);
     ASSERT_TRUE(checker_->GetDatabase(0) && b);
     EXPECT_EQ(b->hierarchyId, (Bytes{0x20, 0x01}));
     EXPECT_EQ(b->revokedCount, 2u);
     EXPECT_EQ(b->size, b5and6.crl.size());
-    EXPECT_EQ(b->issued.size(), 19u) << b->issued;
-    EXPECT_EQ(checker_->GetDatabase(2), nullptr) << "optional root without a database";
+    EXPECT_EQ(checker_->GetDatabase(2), nullptr);
 }
 
-// Each refusal is reported once, with the index of the database at fault.
+// Each refusal is reported once, with its result and the index of the
+// database at fault.
 TEST_F(RevocationCheckerTest, RefusesContainersThatBreakTheRules)
 {
     const pki::Key stranger = pki::Key::Generate();
     Bytes truncatedCrl = A().Crl({});
     truncatedCrl.pop_back();
-    const std::string duplicate = "Duplicate revocation database.";
-    const std::string absent = "Required revocation database is absent.";
-    const std::string badSignature = "Failed to verify signature of revocation database.";
     const struct {
         const char* name;
         Bytes container;
         std::int32_t result;
-        std::string message;
         std::uint32_t index;
     } cases[] = {
         {"second database for a root",
          BuildContainer({Database(A()), Database(B()), Database(A(), {1})}), lumErrRdbAlreadyExists,
-         duplicate, 2},
+         2},
         {"first required root uncovered",
-         BuildContainer({Database(B()), Database(hierarchies_[2])}), lumErrRdbAbsent, absent, 0},
-        {"second required root uncovered", BuildContainer({Database(A())}), lumErrRdbAbsent, absent,
-         1},
+         BuildContainer({Database(B()), Database(hierarchies_[2])}), lumErrRdbAbsent, 0},
+        {"second required root uncovered", BuildContainer({Database(A())}), lumErrRdbAbsent, 1},
         {"signed by another key",
          BuildContainer({Database(B()), {A().HierarchyId(), pki::MakeCrl(A().root, stranger, {})}}),
-         lumErrInvalidSignature, badSignature, 1},
+         lumErrInvalidSignature, 1},
         {"root's key, another issuer name",
          BuildContainer({{A().HierarchyId(), pki::MakeCrl(A().intermediate, A().rootKey, {})}}),
-         lumErrInvalidSignature, badSignature, 0},
+         lumErrInvalidSignature, 0},
         {"valid database under another root's id",
-         BuildContainer({{A().HierarchyId(), B().Crl({})}}), lumErrInvalidSignature, badSignature,
-         0},
+         BuildContainer({{A().HierarchyId(), B().Crl({})}}), lumErrInvalidSignature, 0},
         {"container that does not parse", pki::ToBlob("LUMRDB01garbage"), lumErrInvalidFormat,
-         "Failed to load revocation databases container.", kNoDatabaseIndex},
+         kNoDatabaseIndex},
         {"truncated CRL", BuildContainer({{A().HierarchyId(), truncatedCrl}}), lumErrInvalidFormat,
-         "Failed to load revocation database.", 0},
-        {"empty identifier", BuildContainer({{{}, A().Crl({})}}), lumErrInvalidFormat,
-         "Failed to get revocation databases identifier.", 0},
+         0},
+        {"empty identifier", BuildContainer({{{}, A().Crl({})}}), lumErrInvalidFormat, 0},
     };
     for (const auto& refused : cases) {
         SCOPED_TRACE(refused.name);
         EXPECT_EQ(Create(refused.container), refused.result);
         EXPECT_FALSE(checker_);
         ASSERT_EQ(reports_.size(), 1u);
-        EXPECT_EQ(reports_[0].message, refused.message);
         EXPECT_EQ(reports_[0].result, refused.result);
         EXPECT_EQ(reports_[0].index, refused.index);
     }
     // The report carries the identifier of the root concerned.
     Create(BuildContainer({Database(B())}));
     EXPECT_EQ(reports_.at(0).data, A().HierarchyId());
-}
-
-TEST_F(RevocationCheckerTest, ChecksItsArguments)
-{
-    ILumRevocationCheckerPtr checker;
-    EXPECT_EQ(LumCreateRevocationChecker({}, {}, 0, {}, {}, checker), lumErrInvalidArgument);
-    const Bytes garbage = pki::ToBlob("garbage");
-    const std::vector<ByteSpan> roots{garbage};
-    EXPECT_EQ(LumCreateRevocationChecker(roots, {}, 0, {}, {}, checker), lumErrInvalidFormat);
-
-    LumReleaseLibrary();
-    const Bytes a = A().root.ToDer();
-    const std::vector<ByteSpan> good{a};
-    EXPECT_EQ(LumCreateRevocationChecker(good, {}, 0, {}, {}, checker), lumErrNotInitialized);
-    EXPECT_FALSE(checker);
-    ASSERT_EQ(LumInitializeLibrary(), lumOk);
 }
 
 } // namespace

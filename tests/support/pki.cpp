@@ -10,49 +10,43 @@
 #include <openssl/x509.h>
 #include <openssl/x509v3.h>
 #include <stdexcept>
+#include <type_traits>
 
 namespace integrity_check_tool::test::pki {
 
 namespace {
 
-[[noreturn]] void Fail(const std::string& what)
+// `result` when it is a pointer other than null or a positive number; else
+// throws with OpenSSL's last error.
+template <class T> T Check(T result, const std::string& what)
 {
+    if constexpr (std::is_pointer_v<T>) {
+        if (result != nullptr) {
+            return result;
+        }
+    } else if (result > 0) {
+        return result;
+    }
     char detail[256] = {};
     ERR_error_string_n(ERR_get_error(), detail, sizeof detail);
     ERR_clear_error();
     throw std::runtime_error("pki: " + what + ": " + detail);
 }
 
-template <class T> T* Check(T* pointer, const std::string& what)
-{
-    if (pointer == nullptr) {
-        Fail(what);
-    }
-    return pointer;
-}
-
-void Check(int result, const std::string& what)
-{
-    if (result <= 0) {
-        Fail(what);
-    }
-}
-
 using BioPtr = std::unique_ptr<BIO, decltype(&BIO_free)>;
 
-BioPtr ReadBio(const void* data, std::size_t size)
+BioPtr ReadBio(std::span<const std::uint8_t> data)
 {
-    static const char kNothing = 0;
-    data = size == 0 ? &kNothing : data;
-    return BioPtr(Check(BIO_new_mem_buf(data, static_cast<int>(size)), "BIO_new_mem_buf"),
+    static const std::uint8_t kNothing = 0;
+    return BioPtr(Check(BIO_new_mem_buf(data.empty() ? &kNothing : data.data(),
+                                        static_cast<int>(data.size())),
+                        "BIO_new_mem_buf"),
                   BIO_free);
 }
 
 template <class T, int (*Encode)(const T*, unsigned char**)> Blob ToDerOf(const T* object)
 {
-    const int size = Encode(object, nullptr);
-    Check(size, "i2d");
-    Blob der(static_cast<std::size_t>(size));
+    Blob der(static_cast<std::size_t>(Check(Encode(object, nullptr), "i2d")));
     unsigned char* cursor = der.data();
     Encode(object, &cursor);
     return der;
@@ -78,48 +72,41 @@ ASN1_TIME* Adjust(ASN1_TIME* time, int days)
 
 CertificateOptions CaOptions(const std::string& commonName, std::uint64_t serial)
 {
-    CertificateOptions options = LeafOptions(commonName, serial);
-    options.basicConstraints = "critical,CA:TRUE";
-    options.keyUsage = "critical,keyCertSign,cRLSign";
-    options.extendedKeyUsage.clear();
-    return options;
+    return {.commonName = commonName,
+            .serial = serial,
+            .basicConstraints = "critical,CA:TRUE",
+            .keyUsage = "critical,keyCertSign,cRLSign",
+            .extendedKeyUsage = ""};
 }
 
 } // namespace
 
 Key Key::Generate(Type type)
 {
-    EVP_PKEY* key = type == Type::P256   ? EVP_EC_gen("P-256")
-                    : type == Type::P384 ? EVP_EC_gen("P-384")
-                                         : EVP_RSA_gen(2048);
-    return Key(std::shared_ptr<EVP_PKEY>(Check(key, "key generation"), EVP_PKEY_free));
+    EVP_PKEY* key = type == Type::P256 ? EVP_EC_gen("P-256") : EVP_RSA_gen(2048);
+    return {std::shared_ptr<EVP_PKEY>(Check(key, "key generation"), EVP_PKEY_free)};
 }
 
 Key Key::FromPem(const std::string& pem)
 {
-    const BioPtr bio = ReadBio(pem.data(), pem.size());
-    EVP_PKEY* key = PEM_read_bio_PrivateKey(bio.get(), nullptr, nullptr, nullptr);
-    return Key(std::shared_ptr<EVP_PKEY>(Check(key, "PEM_read_bio_PrivateKey"), EVP_PKEY_free));
+    EVP_PKEY* key = PEM_read_bio_PrivateKey(ReadBio(ToBlob(pem)).get(), nullptr, nullptr, nullptr);
+    return {std::shared_ptr<EVP_PKEY>(Check(key, "PEM_read_bio_PrivateKey"), EVP_PKEY_free)};
 }
 
 Certificate Certificate::FromPem(const std::string& pem)
 {
-    const BioPtr bio = ReadBio(pem.data(), pem.size());
-    X509* certificate = PEM_read_bio_X509(bio.get(), nullptr, nullptr, nullptr);
-    return Certificate(std::shared_ptr<X509>(Check(certificate, "PEM_read_bio_X509"), X509_free));
+    X509* certificate = PEM_read_bio_X509(ReadBio(ToBlob(pem)).get(), nullptr, nullptr, nullptr);
+    return {std::shared_ptr<X509>(Check(certificate, "PEM_read_bio_X509"), X509_free)};
 }
 
 Blob Certificate::ToDer() const
 {
-    return ToDerOf<X509, i2d_X509>(certificate_.get());
+    return ToDerOf<X509, i2d_X509>(certificate.get());
 }
 
 CertificateOptions LeafOptions(const std::string& commonName, std::uint64_t serial)
 {
-    CertificateOptions options;
-    options.commonName = commonName;
-    options.serial = serial;
-    return options;
+    return {.commonName = commonName, .serial = serial};
 }
 
 Certificate IssueCertificate(const CertificateOptions& options, const Key& subjectKey,
@@ -153,7 +140,7 @@ Certificate IssueCertificate(const CertificateOptions& options, const Key& subje
         AddExtension(raw, context, extension, value);
     }
     Check(X509_sign(raw, issuerKey.get(), EVP_sha256()), "X509_sign");
-    return Certificate(certificate);
+    return {certificate};
 }
 
 Blob MakeCrl(const Certificate& issuer, const Key& issuerKey,
@@ -167,17 +154,14 @@ Blob MakeCrl(const Certificate& issuer, const Key& issuerKey,
         Check(ASN1_TIME_new(), "ASN1_TIME_new"), ASN1_TIME_free);
     Check(X509_CRL_set1_nextUpdate(crl.get(), Adjust(time.get(), 30)), "nextUpdate");
     Check(X509_CRL_set1_lastUpdate(crl.get(), Adjust(time.get(), -1)), "lastUpdate");
+    const std::unique_ptr<ASN1_INTEGER, decltype(&ASN1_INTEGER_free)> number(
+        Check(ASN1_INTEGER_new(), "ASN1_INTEGER_new"), ASN1_INTEGER_free);
     for (const std::uint64_t serial : revokedSerials) {
         X509_REVOKED* entry = Check(X509_REVOKED_new(), "X509_REVOKED_new");
-        ASN1_INTEGER* number = ASN1_INTEGER_new();
-        const bool filled = number != nullptr && ASN1_INTEGER_set_uint64(number, serial) == 1 &&
-                            X509_REVOKED_set_serialNumber(entry, number) == 1 &&
-                            X509_REVOKED_set_revocationDate(entry, time.get()) == 1;
-        ASN1_INTEGER_free(number);
-        if (!filled || X509_CRL_add0_revoked(crl.get(), entry) != 1) {
-            X509_REVOKED_free(entry);
-            Fail("revoked entry");
-        }
+        Check(X509_CRL_add0_revoked(crl.get(), entry), "X509_CRL_add0_revoked"); // owns it now
+        Check(ASN1_INTEGER_set_uint64(number.get(), serial), "revoked serial");
+        Check(X509_REVOKED_set_serialNumber(entry, number.get()), "revoked serial");
+        Check(X509_REVOKED_set_revocationDate(entry, time.get()), "revocation date");
     }
     Check(X509_CRL_sort(crl.get()), "X509_CRL_sort");
     Check(X509_CRL_sign(crl.get(), issuerKey.get(), EVP_sha256()), "X509_CRL_sign");
@@ -207,8 +191,7 @@ Blob SignCms(std::span<const std::uint8_t> content, const Certificate& signer, c
     for (const Certificate& certificate : chain) {
         Check(CMS_add1_cert(cms.get(), certificate.get()), "CMS_add1_cert");
     }
-    const BioPtr data = ReadBio(content.data(), content.size());
-    Check(CMS_final(cms.get(), data.get(), nullptr, mode), "CMS_final");
+    Check(CMS_final(cms.get(), ReadBio(content).get(), nullptr, mode), "CMS_final");
     return ToDerOf<CMS_ContentInfo, i2d_CMS_ContentInfo>(cms.get());
 }
 
@@ -225,16 +208,13 @@ Blob SignLum(std::span<const std::uint8_t> content, const Certificate& signer, c
 
 Hierarchy Hierarchy::Make(const std::string& name, std::uint64_t firstSerial)
 {
-    const Key rootKey = Key::Generate();
-    const Certificate root =
-        IssueCertificate(CaOptions(name + " Root", firstSerial), rootKey, nullptr, rootKey);
-    const Key intermediateKey = Key::Generate();
-    const Certificate intermediate = IssueCertificate(
-        CaOptions(name + " Intermediate", firstSerial + 1), intermediateKey, &root, rootKey);
-    const Key leafKey = Key::Generate();
-    const Certificate leaf = IssueCertificate(LeafOptions(name + " Signer", firstSerial + 2),
-                                              leafKey, &intermediate, intermediateKey);
-    return Hierarchy{rootKey, root, intermediateKey, intermediate, leafKey, leaf};
+    Hierarchy made{Key::Generate(), {}, Key::Generate(), {}, Key::Generate(), {}};
+    made.root = IssueCertificate(CaOptions(name + " Root", firstSerial), made.rootKey, nullptr,
+                                 made.rootKey);
+    made.intermediate = IssueCertificate(CaOptions(name + " Intermediate", firstSerial + 1),
+                                         made.intermediateKey, &made.root, made.rootKey);
+    made.leaf = made.IssueLeaf(LeafOptions(name + " Signer", firstSerial + 2), made.leafKey);
+    return made;
 }
 
 Certificate Hierarchy::IssueLeaf(const CertificateOptions& options, const Key& key) const

@@ -16,39 +16,28 @@
 namespace integrity_check_tool::test::pki {
 
 /// A private key with its public half; copies share the key.
-class Key {
-public:
-    enum class Type { P256, P384, Rsa2048 };
-
-    /// Wraps an owned key.
-    explicit Key(std::shared_ptr<EVP_PKEY> key) : key_(std::move(key)) {}
+struct Key {
+    enum class Type { P256, Rsa2048 };
 
     /// A fresh key of `type` (EC P-256 by default).
     static Key Generate(Type type = Type::P256);
     /// Reads a PEM private key (PKCS #8 or traditional).
     static Key FromPem(const std::string& pem);
 
-    EVP_PKEY* get() const noexcept { return key_.get(); }
+    EVP_PKEY* get() const noexcept { return key.get(); }
 
-private:
-    std::shared_ptr<EVP_PKEY> key_;
+    std::shared_ptr<EVP_PKEY> key;
 };
 
 /// An X.509 certificate; copies share it.
-class Certificate {
-public:
-    /// Wraps an owned certificate.
-    explicit Certificate(std::shared_ptr<X509> certificate) : certificate_(std::move(certificate))
-    {
-    }
+struct Certificate {
     /// Parses PEM; throws when it does not parse.
     static Certificate FromPem(const std::string& pem);
 
-    X509* get() const noexcept { return certificate_.get(); }
+    X509* get() const noexcept { return certificate.get(); }
     Blob ToDer() const;
 
-private:
-    std::shared_ptr<X509> certificate_;
+    std::shared_ptr<X509> certificate;
 };
 
 /// What goes into a certificate. Extension values use the syntax of
@@ -63,7 +52,7 @@ struct CertificateOptions {
     std::string keyUsage = "critical,digitalSignature";
     std::string extendedKeyUsage = "codeSigning";
     /// Further extensions as (name, value), e.g. {"1.2.3.4", "critical,DER:05:00"}.
-    std::vector<std::pair<std::string, std::string>> extraExtensions;
+    std::vector<std::pair<std::string, std::string>> extraExtensions{};
 };
 
 /// Options of a code-signing leaf.
@@ -83,9 +72,9 @@ Blob MakeCrl(const Certificate& issuer, const Key& issuerKey,
 struct SignOptions {
     std::string digest = "SHA256";
     /// BMPString bytes of the file-name attribute (FileNameToBmp); none when absent.
-    std::optional<Blob> fileNameAttribute;
+    std::optional<Blob> fileNameAttribute{};
     /// OID of that attribute; the build's FileNameAttributeOid() when empty.
-    std::string fileNameOid;
+    std::string fileNameOid{};
     bool detached = true; ///< false embeds the content (not a valid "lum" signature)
 };
 
