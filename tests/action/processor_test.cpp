@@ -19,7 +19,7 @@ public:
 };
 
 // A filtered directory takes its files along; each one is reported and
-// counted as skipped. Without a filter nothing goes.
+// counted as skipped.
 TEST(ProcessorTest, FilteringRemovesReportsAndCountsEachKind)
 {
     Manifest manifest;
@@ -35,12 +35,9 @@ TEST(ProcessorTest, FilteringRemovesReportsAndCountsEachKind)
 
     std::ostringstream out;
     std::ostringstream err;
-    const auto console = std::make_shared<Console>(true, out, err);
     const auto statistics = std::make_shared<Statistics>();
-    Manifest unfiltered = manifest;
-    Processor(nullptr, console, nullptr, statistics).Filter(unfiltered);
-    EXPECT_EQ(unfiltered, manifest);
-    Processor(nullptr, console, std::make_shared<ArchFilter>(), statistics).Filter(manifest);
+    Processor(nullptr, std::make_shared<Console>(true, out, err), std::make_shared<ArchFilter>(), statistics)
+        .Filter(manifest);
 
     ASSERT_EQ(manifest.files.size(), 1u);
     EXPECT_EQ(manifest.files[0].path, "/kept");

@@ -6,20 +6,13 @@
 #include <zel/file_io.h>
 
 #include "data_object/read_ahead.h"
-#include "exception.h"
 #include "openssl/sha256.h"
+#include "support/manifest_builder.h"
 #include "support/temp_dir.h"
 #include "vorn/gost2012.h"
 
 namespace integrity_check_tool::test {
 namespace {
-
-Blob Digest(const IHash& hash, const Path& path)
-{
-    zel::IIOPtr io;
-    EXPECT_EQ(zel::FileIO::Open(path.string(), zel::OpenMode::Read, io), zel::kOk);
-    return hash.CalculateHash(io);
-}
 
 class ReadAheadTest : public ::testing::Test {
 protected:
@@ -44,46 +37,40 @@ protected:
         return items;
     }
 
+    /// The digest the serial path computes.
     Blob Expected(int i) const
     {
-        return TypeOf(i) == CheckType::Gost2012 ? Digest(vorn::Gost2012(nullptr), Name(i))
-                                                : Digest(*openssl::GetSha256(), Name(i));
+        zel::IIOPtr io;
+        EXPECT_EQ(zel::FileIO::Open(Name(i), zel::OpenMode::Read, io), zel::kOk);
+        return TypeOf(i) == CheckType::Gost2012 ? vorn::Gost2012(nullptr).CalculateHash(io)
+                                                : openssl::GetSha256()->CalculateHash(io);
     }
 
     TempDir dir_;
 };
 
-TEST_F(ReadAheadTest, DigestsMatchTheSerialOnesWhateverTheWorkerCount)
+// Whatever the worker count, items come in order with the digests of the
+// serial path. Strangers fall back to that path; skipping items (their checks
+// passed before hashing) keeps the following ones served; a second request
+// (AnyOf may ask twice) is served again; items behind the consumer are given up.
+TEST_F(ReadAheadTest, ServesItemsInOrderAndLetsTheRestFallBack)
 {
     for (const unsigned workers : {0u, 1u, 3u}) {
+        SCOPED_TRACE(workers);
         ReadAhead readAhead(Items(), workers);
-        for (int i = 0; i < kFiles; ++i) {
-            Blob digest;
+        Blob digest;
+        EXPECT_FALSE(readAhead.Take("/no/such/item", CheckType::Sha256, digest));
+        EXPECT_FALSE(readAhead.Take(Name(0), CheckType::Value, digest));
+        for (int i = 0; i < kFiles; i += 1 + i % 4) {
             ASSERT_TRUE(readAhead.Take(Name(i), TypeOf(i), digest)) << i;
             EXPECT_EQ(digest, Expected(i)) << i;
-            if (i % 10 == 0) {  // AnyOf may ask twice for one file
-                Blob again;
+            if (Blob again; i % 10 == 1) {
                 ASSERT_TRUE(readAhead.Take(Name(i), TypeOf(i), again));
                 EXPECT_EQ(again, digest);
             }
         }
+        EXPECT_FALSE(readAhead.Take(Name(1), TypeOf(1), digest));
     }
-}
-
-TEST_F(ReadAheadTest, PassedItemsAndStrangersFallBackWithoutLosingThePlace)
-{
-    ReadAhead readAhead(Items(), 2);
-    Blob digest;
-    EXPECT_FALSE(readAhead.Take("/no/such/item", CheckType::Sha256, digest));
-    EXPECT_FALSE(readAhead.Take(Name(0), CheckType::Value, digest));
-    // Skipping a few items (their checks passed before hashing) keeps the
-    // following ones served.
-    for (int i = 0; i < kFiles; i += 1 + i % 4) {
-        ASSERT_TRUE(readAhead.Take(Name(i), TypeOf(i), digest)) << i;
-        EXPECT_EQ(digest, Expected(i)) << i;
-    }
-    // Items behind the consumer are given up.
-    EXPECT_FALSE(readAhead.Take(Name(1), TypeOf(1), digest));
 }
 
 TEST_F(ReadAheadTest, ReadErrorsComeBackAsTheSerialPathThrowsThem)
@@ -93,33 +80,26 @@ TEST_F(ReadAheadTest, ReadErrorsComeBackAsTheSerialPathThrowsThem)
     AddReadAheadItem(items, dir_.path().string(), CheckType::Gost2012);
     ReadAhead readAhead(std::move(items), 2);
     Blob digest;
-    try {
-        readAhead.Take((dir_ / "missing").string(), CheckType::Sha256, digest);
-        FAIL() << "no exception";
-    } catch (const Exception& error) {
-        EXPECT_EQ(error.GetDescription(), "Can't read or access file " + (dir_ / "missing").string() +
-                                           ". Reason: No such file or directory");
-    }
+    EXPECT_EQ(Refusal([&] { readAhead.Take((dir_ / "missing").string(), CheckType::Sha256, digest); }),
+              "Can't read or access file " + (dir_ / "missing").string() + ". Reason: No such file or directory");
     EXPECT_THROW(readAhead.Take(dir_.path().string(), CheckType::Gost2012, digest), Exception);
 }
 
+// Past 256 the count is capped; a value that is no positive number means
+// the number of cores, at most 16.
 TEST_F(ReadAheadTest, ThreadCountComesFromTheEnvironment)
 {
-    const auto threadsWith = [](const char* value) {
-        ::setenv("INTEGRITY_CHECK_THREADS", value, 1);
-        const unsigned threads = ReadAheadThreads();
-        ::unsetenv("INTEGRITY_CHECK_THREADS");
-        return threads;
-    };
-    EXPECT_EQ(threadsWith("1"), 1u);
-    EXPECT_EQ(threadsWith("3"), 3u);
-    EXPECT_EQ(threadsWith("100000"), 256u);
     const unsigned cores = ReadAheadThreads();
     EXPECT_GE(cores, 1u);
     EXPECT_LE(cores, 16u);
-    for (const char* invalid : {"0", "-2", "two", "4x", ""}) {
-        EXPECT_EQ(threadsWith(invalid), cores) << invalid;
+    const std::pair<const char*, unsigned> cases[] = {{"1", 1},      {"3", 3},      {"100000", 256},
+                                                      {"0", cores},  {"-2", cores}, {"two", cores},
+                                                      {"4x", cores}, {"", cores}};
+    for (const auto& [value, threads] : cases) {
+        ::setenv("INTEGRITY_CHECK_THREADS", value, 1);
+        EXPECT_EQ(ReadAheadThreads(), threads) << value;
     }
+    ::unsetenv("INTEGRITY_CHECK_THREADS");
     EXPECT_EQ(MakeReadAhead(Items(), 1), nullptr);
     EXPECT_EQ(MakeReadAhead({}, 4), nullptr);
 }

@@ -7,9 +7,22 @@
 
 #include <zel/tracer.h>
 
+#include "exception.h"
 #include "manifest/manifest.h"
 
 namespace integrity_check_tool::test {
+
+/// The description of the Exception `action` throws, or "no exception".
+template <class Action>
+std::string Refusal(const Action& action)
+{
+    try {
+        action();
+    } catch (const Exception& error) {
+        return error.GetDescription();
+    }
+    return "no exception";
+}
 
 /// A shared check record.
 inline CheckInfoPtr Check(CheckType type, Blob value = {})

@@ -8,16 +8,11 @@ namespace {
 
 Blob Bytes(std::string_view text) { return Blob(text.begin(), text.end()); }
 
-TEST(Base64Test, KnownAnswersForEveryRemainder)
+TEST(Base64Test, KnownAnswersForEveryRemainderAndOnlyTheAlphabet)
 {
     const std::pair<Blob, const char*> cases[] = {
-        {{}, ""},
-        {{0x00}, "AA=="},
-        {{0x00, 0x00}, "AAA="},
-        {{0x00, 0x00, 0x00}, "AAAA"},
-        {Bytes("foob"), "Zm9vYg=="},
-        {Bytes("fooba"), "Zm9vYmE="},
-        {Bytes("foobar"), "Zm9vYmFy"},
+        {{}, ""},         {{0x00}, "AA=="},            {{0x00, 0x00}, "AAA="},       {{0x00, 0x00, 0x00}, "AAAA"},
+        {Bytes("foob"), "Zm9vYg=="}, {Bytes("fooba"), "Zm9vYmE="}, {Bytes("foobar"), "Zm9vYmFy"},
         {{0xFB, 0xFF, 0xBF}, "+/+/"}};
     for (const auto& [bytes, text] : cases) {
         EXPECT_EQ(Base64Encode(bytes), text);
@@ -29,17 +24,8 @@ TEST(Base64Test, KnownAnswersForEveryRemainder)
     for (const auto& [text, bytes] : loose) {
         EXPECT_EQ(Base64Decode(text), Bytes(bytes)) << text;
     }
-}
-
-TEST(Base64Test, RejectsCharactersOutsideTheAlphabet)
-{
     for (const char* text : {"Zm9v!", "Zm 9v", "Zm9v\n", "\xC3\xA4xyz", "-_AA"}) {
-        try {
-            Base64Decode(text);
-            ADD_FAILURE() << "accepted " << text;
-        } catch (const boost::archive::iterators::dataflow_exception& error) {
-            EXPECT_STREQ(error.what(), "attempt to decode a value not in base64 char set");
-        }
+        EXPECT_THROW(Base64Decode(text), boost::archive::iterators::dataflow_exception) << text;
     }
 }
 

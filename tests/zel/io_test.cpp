@@ -9,6 +9,7 @@ namespace {
 using integrity_check_tool::test::TempDir;
 using integrity_check_tool::test::WriteFile;
 
+/// Bytes that differ from those 256 places on, so a misplaced read shows.
 std::string Pattern(std::size_t size)
 {
     std::string text(size, '\0');
@@ -22,14 +23,11 @@ std::string ReadAll(IIO& io, std::size_t chunk)
 {
     std::string out;
     std::string buffer(chunk, '\0');
-    for (;;) {
-        std::size_t got = 0;
+    for (std::size_t got = 1; got != 0; out.append(buffer, 0, got)) {
+        got = 0;
         EXPECT_EQ(io.Read(buffer.data(), buffer.size(), &got), kOk);
-        if (got == 0) {
-            return out;
-        }
-        out.append(buffer, 0, got);
     }
+    return out;
 }
 
 // Small files are read through a read-ahead buffer, files past

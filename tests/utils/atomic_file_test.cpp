@@ -1,4 +1,4 @@
-#include "utils/utils.h"
+#include "utils/atomic_file.h"
 
 #include <sys/stat.h>
 
@@ -6,28 +6,9 @@
 #include <gtest/gtest.h>
 
 #include "support/temp_dir.h"
-#include "utils/atomic_file.h"
 
-namespace integrity_check_tool {
+namespace integrity_check_tool::test {
 namespace {
-
-using test::ReadFile;
-using test::TempDir;
-using test::WriteFile;
-
-TEST(UtilsTest, ReadWholeFileReturnsEveryByte)
-{
-    TempDir dir;
-    std::string content(300 * 1024 + 7, '\0');
-    for (std::size_t i = 0; i < content.size(); ++i) {
-        content[i] = static_cast<char>(i * 131 % 251);
-    }
-    WriteFile(dir / "big", content);
-    WriteFile(dir / "empty", "");
-    const Blob big = ReadWholeFile(dir / "big");
-    EXPECT_EQ(std::string(big.begin(), big.end()), content);
-    EXPECT_TRUE(ReadWholeFile(dir / "empty").empty());
-}
 
 // Until Commit() the target keeps its content; without it nothing is left
 // behind. The committed file keeps the permissions of the one it replaces.
@@ -61,4 +42,4 @@ TEST(AtomicFileTest, TargetChangesOnlyOnCommitAndKeepsItsPermissions)
 }
 
 }  // namespace
-}  // namespace integrity_check_tool
+}  // namespace integrity_check_tool::test
