@@ -56,12 +56,6 @@ protected:
 
     std::string Name(const std::string& name) const { return (dir_ / name).string(); }
 
-    /// An entry checking `xmlPath` with `check` (a Check element).
-    static std::string Entry(const std::string& xmlPath, const std::string& check)
-    {
-        return "<File path=\"" + xmlPath + "\">" + check + "</File>\n";
-    }
-
     TempDir dir_;
     int socket_ = -1;
     bool bound_ = false;  // the path may be too long for a socket
@@ -72,12 +66,15 @@ TEST_F(HostileFileTest, ChecksOfOddFilesFailWithTheReason)
 {
     const std::string sha = "<Check type=\"Sha256\" value=\"AA==\"/>";
     const std::string value = "<Check type=\"Value\" value=\"AA==\"/>";
+    const auto entry = [](const std::string& path, const std::string& check) {
+        return "<File path=\"" + path + "\">" + check + "</File>\n";
+    };
     const std::string manifest =
-        "<Manifest>\n" + Entry(Name("fifo"), sha) + Entry(Name("socket"), value) + Entry("/dev/zero", value) +
-        Entry(Name("directory"), sha) + Entry(Name("loop1"), sha) + Entry(Name("sparse"), value) +
-        Entry(Name("value17m"), value) + Entry(longPath_, "<Check type=\"Value\" value=\"bG9uZw==\"/>") +
-        Entry(Name("new") + "&#10;line", "<Check type=\"Value\" value=\"bmV3bGluZQ==\"/>") +
-        Entry(Name("bad\xff\xfe"), "<Check type=\"Value\" value=\"Ynl0ZXM=\"/>") + "</Manifest>\n";
+        "<Manifest>\n" + entry(Name("fifo"), sha) + entry(Name("socket"), value) + entry("/dev/zero", value) +
+        entry(Name("directory"), sha) + entry(Name("loop1"), sha) + entry(Name("sparse"), value) +
+        entry(Name("value17m"), value) + entry(longPath_, "<Check type=\"Value\" value=\"bG9uZw==\"/>") +
+        entry(Name("new") + "&#10;line", "<Check type=\"Value\" value=\"bmV3bGluZQ==\"/>") +
+        entry(Name("bad\xff\xfe"), "<Check type=\"Value\" value=\"Ynl0ZXM=\"/>") + "</Manifest>\n";
     WriteFile(dir_ / "m.xml", manifest);
     const ProcessResult result = RunProgram(Program::Tester, {"--without-signature", Name("m.xml")});
     const std::pair<std::string, const char*> reasons[] = {

@@ -28,10 +28,9 @@ std::set<std::string> HelpOptions(const std::string& help)
 
 TEST(ManPageTest, ListsEveryOptionOfTheHelp)
 {
-    const std::pair<Program, const char*> programs[] = {{Program::Checker, "integrity_checker"},
-                                                        {Program::CheckTool, "integrity_check_tool"},
-                                                        {Program::Tester, "integrity_tester"},
-                                                        {Program::Sign, "integrity_sign"}};
+    const std::pair<Program, const char*> programs[] = {
+        {Program::Checker, "integrity_checker"}, {Program::CheckTool, "integrity_check_tool"},
+        {Program::Tester, "integrity_tester"}, {Program::Sign, "integrity_sign"}};
     for (const auto& [program, name] : programs) {
         const ProcessResult help = RunProgram(program, {"--help"});
         ASSERT_TRUE(Succeeded(help)) << name;

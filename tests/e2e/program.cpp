@@ -20,10 +20,7 @@ std::string ProgramPath(Program program)
                        : program == Program::Tester    ? ICT_TESTER_PATH
                                                        : ICT_SIGN_PATH;
     const char* directory = std::getenv("ICT_TEST_PROGRAM_DIR");
-    if (directory == nullptr || *directory == '\0') {
-        return built.string();
-    }
-    return (Path(directory) / built.filename()).string();
+    return directory == nullptr || *directory == '\0' ? built.string() : (Path(directory) / built.filename()).string();
 }
 
 ::testing::AssertionResult Outcome(const ProcessResult& result, int status, const std::string& text,

@@ -15,7 +15,6 @@ TEST(ShellTest, VersionAndHelpOfEachFlavour)
     const ProcessResult checker = RunProgram(Program::Checker, {"--version"});
     EXPECT_TRUE(Succeeded(checker));
     EXPECT_EQ(checker.out, kVersion);
-    EXPECT_EQ(checker.err, "");
     EXPECT_EQ(RunProgram(Program::Tester, {"--version"}).out, kWarning + std::string(kVersion));
 
     const std::string checkerUsage = "Use to check if the manifest file is in the same folder: integrity_checker "
@@ -24,24 +23,23 @@ TEST(ShellTest, VersionAndHelpOfEachFlavour)
         Program program;
         std::vector<std::string> arguments;
         std::string beginning;
+        std::vector<std::string> parts;
     } helps[] = {
         {Program::CheckTool, {"--help", "-g", "-v"},
-         "integrity_check_tool [options]\nSchema version: 2\n\ngeneral options:\n"},
-        {Program::Checker, {"--help"}, checkerUsage + "Schema version: 2\n\nOptions:\n"},
-        {Program::Tester, {"--help"}, kWarning + std::string("Use to check")},
+         "integrity_check_tool [options]\nSchema version: 2\n\ngeneral options:\n",
+         {"\nactions:\n", "\nverify:\n", "\ngenerate:\n", "\nlogging:\n"}},
+        {Program::Checker, {"--help"}, checkerUsage + "Schema version: 2\n\nOptions:\n", {}},
+        {Program::Tester, {"--help"}, kWarning + std::string("Use to check"), {"--without-signature"}},
     };
-    std::vector<std::string> texts;
     for (const auto& help : helps) {
         const ProcessResult result = RunProgram(help.program, help.arguments);
         EXPECT_TRUE(Succeeded(result));
         EXPECT_TRUE(result.out.starts_with(help.beginning)) << result.out;
         EXPECT_EQ(result.out.find("SUCCEEDED"), std::string::npos);
-        texts.push_back(result.out);
+        for (const std::string& part : help.parts) {
+            EXPECT_NE(result.out.find(part), std::string::npos) << part;
+        }
     }
-    for (const char* group : {"\nactions:\n", "\nverify:\n", "\ngenerate:\n", "\nlogging:\n"}) {
-        EXPECT_NE(texts[0].find(group), std::string::npos) << group;
-    }
-    EXPECT_NE(texts[2].find("--without-signature"), std::string::npos);
 }
 
 // Usage errors print the reason, the usage where it helps, and FAILED.

@@ -15,8 +15,6 @@
 namespace integrity_check_tool::test {
 namespace {
 
-using ::testing::HasSubstr;
-
 /// The demo hierarchy of one set, loaded from the repository.
 pki::Hierarchy DemoHierarchy(const std::string& set)
 {
@@ -93,10 +91,10 @@ TEST_F(SignatureTest, SignedManifestVerifiesAgainstItsOwnRootSetOnly)
     ASSERT_TRUE(Succeeded(Sign("regular", Manifest())));
     EXPECT_TRUE(Succeeded(Check(Manifest()), kSummaryOk));
     // The tester trusts the alternative roots: the regular chain is incomplete there.
-    EXPECT_THAT(Flags(Check(Manifest(), {}, Program::Tester), Manifest()), HasSubstr("|IncompleteChain|"));
+    EXPECT_THAT(Flags(Check(Manifest(), {}, Program::Tester), Manifest()), ::testing::HasSubstr("|IncompleteChain|"));
     const Path other = SignAlternative();
     EXPECT_TRUE(Succeeded(Check(other, {}, Program::Tester), kSummaryOk));
-    EXPECT_THAT(Flags(Check(other), other), HasSubstr("|IncompleteChain|"));
+    EXPECT_THAT(Flags(Check(other), other), ::testing::HasSubstr("|IncompleteChain|"));
 }
 
 TEST_F(SignatureTest, DamagedSignedFilesAreRefused)
@@ -150,9 +148,9 @@ TEST_F(SignatureTest, CertificateProblemsNameTheirFlags)
         options.notAfterDays = c.notAfter;
         options.extendedKeyUsage = c.extendedKeyUsage;
         const pki::Key key = pki::Key::Generate();
-        const pki::Certificate leaf = demo.IssueLeaf(options, key);
-        WriteFile(Manifest(), Text(pki::SignLum(pki::ToBlob(content_), leaf, key, {demo.intermediate})));
-        EXPECT_THAT(Flags(Check(Manifest()), Manifest()), HasSubstr(c.flag)) << c.name;
+        WriteFile(Manifest(),
+                  Text(pki::SignLum(pki::ToBlob(content_), demo.IssueLeaf(options, key), key, {demo.intermediate})));
+        EXPECT_THAT(Flags(Check(Manifest()), Manifest()), ::testing::HasSubstr(c.flag)) << c.name;
     }
 }
 
@@ -179,7 +177,7 @@ TEST_F(SignatureTest, RevokedLeafOrIntermediateFails)
     for (const pki::Certificate* revoked : {&demo.leaf, &demo.intermediate}) {
         const std::string serial = SerialHex(*revoked);
         const std::string crl = container(serial, {"0123", serial});
-        EXPECT_THAT(Flags(Check(Manifest(), {"--crl", crl}), Manifest()), HasSubstr("|Revoked|")) << serial;
+        EXPECT_THAT(Flags(Check(Manifest(), {"--crl", crl}), Manifest()), ::testing::HasSubstr("|Revoked|")) << serial;
     }
 }
 

@@ -83,17 +83,15 @@ ProcessResult RunHostProcess(std::vector<std::string> command, const std::string
     ::posix_spawn_file_actions_destroy(&actions);
     ::close(outPipe[1]);
     ::close(errPipe[1]);
-    if (spawned != 0) {
-        ::close(outPipe[0]);
-        ::close(errPipe[0]);
-        throw std::runtime_error("cannot start " + command.front());
-    }
 
     // Both pipes are read at once, so that a child filling one never waits.
     ProcessResult result;
     std::thread errors([&] { result.err = Drain(errPipe[0]); });
     result.out = Drain(outPipe[0]);
     errors.join();
+    if (spawned != 0) {
+        throw std::runtime_error("cannot start " + command.front());
+    }
     int status = 0;
     while (::waitpid(pid, &status, 0) < 0 && errno == EINTR) {
     }
