@@ -134,8 +134,8 @@ TEST_F(Vorn2Test, MalformedRecordsAreRefused)
 TEST(GostKeySetTest, BlobsMustHoldWellFormedKeysOfTheirSize)
 {
     const GostKeyBlobs blobs = BothKeys();
-    Blob truncated = blobs.keys256;
-    truncated.pop_back();
+    ASSERT_FALSE(blobs.keys256.empty());
+    const Blob truncated(blobs.keys256.begin(), blobs.keys256.end() - 1);
     Blob trailing = blobs.keys256;
     trailing.push_back(0x30);
     Blob offCurve = blobs.keys256;
