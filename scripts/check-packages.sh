@@ -16,6 +16,9 @@ arm64=${2:-}
 sudo_cmd=()
 [ "$(id -u)" -eq 0 ] || sudo_cmd=(sudo)
 fail() { echo "check-packages: $*" >&2; exit 1; }
+# Whether text $1 has a line matching $2. Output is taken whole first: with
+# pipefail, a "grep -q" that stops reading early fails its writer.
+contains() { grep -q -- "$2" <<<"$1"; }
 one() { local f; f=$(ls "$1"/"$2"_*.deb); [ "$(echo "$f" | wc -l)" -eq 1 ] || fail "expected one $2 package in $1"; echo "$f"; }
 
 work=$(mktemp -d)
@@ -43,23 +46,23 @@ be32=$(printf '\\%03o' $((len >> 24 & 255)) $((len >> 16 & 255)) $((len >> 8 & 2
 echo "=== packages (amd64): install integrity-checker"
 checker=$(one "$amd64" integrity-checker)
 signer=$(one "$amd64" integrity-sign)
-dpkg-deb -f "$checker" Depends | grep -q libssl3 || fail "integrity-checker does not depend on libssl3"
+contains "$(dpkg-deb -f "$checker" Depends)" libssl3 || fail "integrity-checker does not depend on libssl3"
 "${sudo_cmd[@]}" dpkg -i "$checker" >/dev/null
 [ -x /usr/bin/integrity_checker ] && [ -x /usr/bin/integrity_check_tool ] || fail "programs not installed in /usr/bin"
 [ ! -e /usr/bin/integrity_sign ] || fail "the checker package brought the signing tool"
-/usr/bin/integrity_checker --version | grep -q '^Version ' || fail "integrity_checker --version"
-/usr/bin/integrity_checker "$manifest" | grep -qx SUCCEEDED || fail "verification failed"
+contains "$(/usr/bin/integrity_checker --version)" '^Version ' || fail "integrity_checker --version"
+contains "$(/usr/bin/integrity_checker "$manifest")" '^SUCCEEDED$' || fail "verification failed"
 sed 's/Sha256/Value/' "$manifest" > "$work/product/tampered.xml"
 if /usr/bin/integrity_checker "$work/product/tampered.xml" >/dev/null 2>&1; then fail "a tampered manifest passed"; fi
 [ "$(man -w integrity_checker)" = /usr/share/man/man1/integrity_checker.1.gz ] || fail "no man page for integrity_checker"
-man -P cat integrity_checker 2>/dev/null | grep -q -- '--signature-type' || fail "the man page does not render"
+contains "$(man -P cat integrity_checker 2>/dev/null)" '--signature-type' || fail "the man page does not render"
 [ -f /usr/share/doc/integrity-checker/README.md ] || fail "no documentation installed"
 
 echo "=== packages (amd64): install integrity-sign, sign, remove both"
 "${sudo_cmd[@]}" dpkg -i "$signer" >/dev/null
 /usr/bin/integrity_sign --type lum-with-filename --key "$pki/leaf.key" --cert "$pki/leaf.pem" \
     --chain "$pki/inter.pem" --replace "$manifest" >/dev/null
-/usr/bin/integrity_checker --signature-type lum-with-filename "$manifest" | grep -qx SUCCEEDED ||
+contains "$(/usr/bin/integrity_checker --signature-type lum-with-filename "$manifest")" '^SUCCEEDED$' ||
     fail "a manifest signed by the installed integrity_sign failed"
 man -w integrity_sign >/dev/null || fail "no man page for integrity_sign"
 "${sudo_cmd[@]}" dpkg -r integrity-sign integrity-checker >/dev/null
@@ -70,17 +73,16 @@ if [ -n "$arm64" ]; then
     for package in integrity-checker integrity-sign; do
         deb=$(one "$arm64" "$package")
         [ "$(dpkg-deb -f "$deb" Architecture)" = arm64 ] || fail "$deb is not for arm64"
-        dpkg-deb -f "$deb" Depends | grep -q libssl3 || fail "$deb does not depend on libssl3"
+        contains "$(dpkg-deb -f "$deb" Depends)" libssl3 || fail "$deb does not depend on libssl3"
         dpkg-deb -c "$deb" | awk '{ print $6 }'
         dpkg-deb -x "$deb" "$work/arm64"
     done
     for program in "$work"/arm64/usr/bin/*; do
-        file -b "$program" | grep -q 'ARM aarch64' || fail "$program is not an AArch64 executable"
+        contains "$(file -b "$program")" 'ARM aarch64' || fail "$program is not an AArch64 executable"
     done
-    qemu-aarch64 -L / "$work/arm64/usr/bin/integrity_checker" --version | grep -q '^Version ' ||
+    contains "$(qemu-aarch64 -L / "$work/arm64/usr/bin/integrity_checker" --version)" '^Version ' ||
         fail "the arm64 checker does not run under qemu"
-    qemu-aarch64 -L / "$work/arm64/usr/bin/integrity_checker" --signature-type lum-with-filename "$manifest" |
-        grep -qx SUCCEEDED ||
-        fail "the arm64 checker refused the signed manifest"
+    contains "$(qemu-aarch64 -L / "$work/arm64/usr/bin/integrity_checker" --signature-type lum-with-filename \
+        "$manifest")" '^SUCCEEDED$' || fail "the arm64 checker refused the signed manifest"
 fi
 echo "=== packages: OK"

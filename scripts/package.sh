@@ -24,7 +24,7 @@ while [ $# -gt 0 ]; do
 done
 [ ${#arches[@]} -gt 0 ] || arches=(amd64 arm64)
 
-if printf '%s\n' "${arches[@]}" | grep -qx arm64; then
+if [[ " ${arches[*]} " == *" arm64 "* ]]; then
     bash scripts/install-deps.sh --arm64
 else
     bash scripts/install-deps.sh
