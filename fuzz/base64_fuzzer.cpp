@@ -1,14 +1,6 @@
 // Arbitrary text as base64. What decodes must survive encoding and decoding
 // again, and the manifest reader's quick decoder must agree with the general
 // one on every check value.
-#include "exception.h"
-#include "manifest/manifest.h"
-#include "utils/base64.h"
-#include "xml/file.h"
-
-#include <boost/archive/iterators/dataflow_exception.hpp>
-#include <zel/memory_io.h>
-
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -16,6 +8,14 @@
 #include <optional>
 #include <string>
 #include <string_view>
+
+#include <boost/archive/iterators/dataflow_exception.hpp>
+#include <zel/memory_io.h>
+
+#include "exception.h"
+#include "manifest/manifest.h"
+#include "utils/base64.h"
+#include "xml/file.h"
 
 namespace {
 
@@ -33,8 +33,8 @@ std::optional<Blob> Decode(std::string_view text)
 // The value of a Check element holding `text`; nullopt when the reader refuses it.
 std::optional<Blob> DecodeInManifest(std::string_view text)
 {
-    const std::string xml =
-        "<Manifest><File path='/a'><Check type='Sha256' value='" + std::string(text) + "'/></File></Manifest>";
+    const std::string xml = "<Manifest><File path='/a'><Check type='Sha256' value='" +
+                            std::string(text) + "'/></File></Manifest>";
     zel::MemoryIO stream(Blob(xml.begin(), xml.end()));
     Manifest manifest;
     try {

@@ -1,18 +1,18 @@
 // Arbitrary bytes as a GOST public key file (PEM or DER) and as a key blob.
 // A key that parses must encode to a key that parses the same, and a file
 // accepted for the blobs must make a key set that finds it.
-#include "exception.h"
-#include "vorn/gost_asn1.h"
-#include "vorn/gost_key_set.h"
-#include "vorn/gost_public_key.h"
-#include "vorn/vorn2_record.h"
-
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <optional>
 #include <span>
 #include <string_view>
+
+#include "exception.h"
+#include "vorn/gost_asn1.h"
+#include "vorn/gost_key_set.h"
+#include "vorn/gost_public_key.h"
+#include "vorn/vorn2_record.h"
 
 namespace {
 
@@ -51,7 +51,8 @@ void CheckBlob(std::span<const std::uint8_t> blob, bool wide)
         std::span<const std::uint8_t> rest = blob;
         std::optional<GostPublicKey> key;
         while (!rest.empty()) {
-            Check(GostPublicKey::Parse(rest, key) == kSuccess && keys.Find(VersionOf(*key), key->Id()) != nullptr);
+            Check(GostPublicKey::Parse(rest, key) == kSuccess &&
+                  keys.Find(VersionOf(*key), key->Id()) != nullptr);
         }
     } catch (const Exception&) {
     }

@@ -1,11 +1,12 @@
 // Arbitrary bytes as a revocation container, parsed and loaded for the fuzz root.
-#include "lum_fuzz_root.h"
-
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+
 #include <lum/revocation.h>
 #include <lum/service.h>
+
+#include "lum_fuzz_root.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {

@@ -1,10 +1,11 @@
 // Arbitrary bytes as a "lum" signed object, verified against the fuzz root.
-#include "lum_fuzz_root.h"
-
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+
 #include <lum/service.h>
+
+#include "lum_fuzz_root.h"
 
 namespace {
 
@@ -24,7 +25,7 @@ crypto::lum::ILumSignatureVerifierPtr MakeVerifier()
     return verifier;
 }
 
-} // namespace
+}  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {

@@ -1,14 +1,7 @@
 // Arbitrary bytes as a manifest, read the way verification reads signed
 // content. What loads must print and load back to the same model, and the
 // nesting guard must never see less depth than the parser builds.
-#include "exception.h"
-#include "manifest/manifest.h"
-#include "xml/file.h"
-#include "xml/nesting.h"
-
-#include <boost/archive/iterators/dataflow_exception.hpp>
 #include <tinyxml.h>
-#include <zel/memory_io.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -16,6 +9,14 @@
 #include <cstdlib>
 #include <string_view>
 #include <vector>
+
+#include <boost/archive/iterators/dataflow_exception.hpp>
+#include <zel/memory_io.h>
+
+#include "exception.h"
+#include "manifest/manifest.h"
+#include "xml/file.h"
+#include "xml/nesting.h"
 
 namespace {
 
@@ -38,7 +39,8 @@ bool Load(std::vector<std::uint8_t> bytes, Manifest& manifest)
 std::size_t Depth(const TiXmlNode& node)
 {
     std::size_t deepest = 0;
-    for (const TiXmlNode* child = node.FirstChild(); child != nullptr; child = child->NextSibling()) {
+    for (const TiXmlNode* child = node.FirstChild(); child != nullptr;
+         child = child->NextSibling()) {
         deepest = std::max(deepest, Depth(*child));
     }
     return deepest + (node.ToElement() != nullptr ? 1 : 0);
@@ -49,7 +51,8 @@ void CheckNesting(const std::uint8_t* data, std::size_t size)
 {
     std::vector<char> text(data, data + size);
     text.resize(size + xml::kNestingPadding);
-    const std::size_t measured = xml::MaxNesting(std::string_view(text.data(), size), xml::File::kMaxNesting);
+    const std::size_t measured =
+        xml::MaxNesting(std::string_view(text.data(), size), xml::File::kMaxNesting);
     if (measured > xml::File::kMaxNesting) {
         return;
     }

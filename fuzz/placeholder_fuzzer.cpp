@@ -4,14 +4,6 @@
 //   F path         file                   D path        directory
 //   d path         file of the last directory
 //   R path         registry key           T text        text expanded directly
-#include "exception.h"
-#include "manifest/environment.h"
-#include "manifest/expand_visitor.h"
-#include "manifest/manifest.h"
-
-#include <boost/regex.hpp>
-#include <zel/environment.h>
-
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -22,6 +14,14 @@
 #include <string_view>
 #include <tuple>
 #include <vector>
+
+#include <boost/regex.hpp>
+#include <zel/environment.h>
+
+#include "exception.h"
+#include "manifest/environment.h"
+#include "manifest/expand_visitor.h"
+#include "manifest/manifest.h"
 
 namespace {
 
@@ -57,7 +57,8 @@ std::string ModelExpand(const std::string& text, Lookup lookup, std::size_t& unk
     unknown = 0;
     std::string result;
     auto copied = text.begin();
-    for (boost::sregex_iterator match(text.begin(), text.end(), pattern), end; match != end; ++match) {
+    for (boost::sregex_iterator match(text.begin(), text.end(), pattern), end; match != end;
+         ++match) {
         result.append(copied, (*match)[0].first);
         if (const std::optional<std::string> value = lookup((*match)[1].str())) {
             result += *value;
@@ -86,7 +87,8 @@ struct Model {
     }
     std::string Expand(const std::string& text, std::size_t& unknown) const
     {
-        return ModelExpand(text, [this](const std::string& key) { return Lookup(key); }, unknown);
+        return ModelExpand(
+            text, [this](const std::string& key) { return Lookup(key); }, unknown);
     }
     std::string Expand(const std::string& text) const
     {
@@ -142,28 +144,39 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         }
         const std::string rest(line.substr(2));
         switch (line[0]) {
-        case 'P': model.process.insert_or_assign(Split(rest).first, Split(rest).second); break;
+        case 'P':
+            model.process.insert_or_assign(Split(rest).first, Split(rest).second);
+            break;
         case 'E': {
             EnvironmentInfo& variable = manifest.environments.emplace_back();
             std::tie(variable.key, variable.value) = Split(rest);
             break;
         }
-        case 'F': manifest.files.Insert(FileInfo{{}, rest, {}}); break;
-        case 'D': manifest.directories.emplace_back().path = rest; break;
+        case 'F':
+            manifest.files.Insert(FileInfo{{}, rest, {}});
+            break;
+        case 'D':
+            manifest.directories.emplace_back().path = rest;
+            break;
         case 'd':
             if (manifest.directories.empty()) {
                 manifest.directories.emplace_back();
             }
             manifest.directories.back().files.Insert(FileInfo{{}, rest, {}});
             break;
-        case 'R': manifest.registries.emplace_back().path = rest; break;
-        case 'T': texts.push_back(rest); break;
-        default: break;
+        case 'R':
+            manifest.registries.emplace_back().path = rest;
+            break;
+        case 'T':
+            texts.push_back(rest);
+            break;
+        default:
+            break;
         }
     }
 
-    Environment environment("/opt/product/manifest.xml", zel::MakeIntrusive<MapVariables>(model.process),
-                            nullptr);
+    Environment environment("/opt/product/manifest.xml",
+                            zel::MakeIntrusive<MapVariables>(model.process), nullptr);
     model.table = {{"ManifestPath", "/opt/product/manifest.xml"}, {"ProductRoot", "/opt/product"}};
 
     // Each definition is expanded against those before it, then stored;
@@ -221,7 +234,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Check(sortedPaths(manifest.files) == expandedFiles(original.files));
     for (std::size_t i = 0; i < manifest.directories.size(); ++i) {
         Check(manifest.directories[i].path == model.Expand(original.directories[i].path));
-        Check(sortedPaths(manifest.directories[i].files) == expandedFiles(original.directories[i].files));
+        Check(sortedPaths(manifest.directories[i].files) ==
+              expandedFiles(original.directories[i].files));
     }
     for (std::size_t i = 0; i < manifest.registries.size(); ++i) {
         Check(manifest.registries[i].path == model.Expand(original.registries[i].path));
@@ -256,8 +270,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             text,
             [&model](const std::string& name) -> std::optional<std::string> {
                 const auto found = model.process.find(name);
-                return found == model.process.end() || found->second.empty() ? std::nullopt
-                                                                             : std::optional(found->second);
+                return found == model.process.end() || found->second.empty()
+                           ? std::nullopt
+                           : std::optional(found->second);
             },
             unknown);
         Check(framework == processOnly && result == (unknown == 0 ? zel::kOk : zel::kFalse));

@@ -16,7 +16,8 @@ namespace {
 void RunFile(const std::filesystem::path& path, std::size_t& count)
 {
     std::ifstream input(path, std::ios::binary);
-    const std::vector<char> bytes{std::istreambuf_iterator<char>(input), std::istreambuf_iterator<char>()};
+    const std::vector<char> bytes{std::istreambuf_iterator<char>(input),
+                                  std::istreambuf_iterator<char>()};
     LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());
     ++count;
 }

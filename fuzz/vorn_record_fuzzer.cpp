@@ -1,13 +1,13 @@
 // Signed-file parsing and verification of arbitrary bytes against the
 // compiled-in regular GOST key set.
+#include <cstdint>
+#include <cstdlib>
+#include <span>
+
 #include "exception.h"
 #include "vorn/gost2012.h"
 #include "vorn/gost_key_set.h"
 #include "vorn/vorn2_record.h"
-
-#include <cstdint>
-#include <cstdlib>
-#include <span>
 
 namespace {
 
@@ -19,7 +19,7 @@ const integrity_check_tool::vorn::GostKeySet& Keys()
     return keys;
 }
 
-} // namespace
+}  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {

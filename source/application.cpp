@@ -18,6 +18,9 @@ Application::Application(ConfigPtr config, zel::ServiceLocatorPtr locator)
     factory_ = std::make_shared<Factory>(config_, std::move(locator), GetTracer());
 }
 
-bool Application::Run() { return factory_->CreateConfiguredAction()->Run(); }
+bool Application::Run()
+{
+    return factory_->CreateConfiguredAction()->Run();
+}
 
 }  // namespace integrity_check_tool

@@ -9,7 +9,8 @@ Console::Console(bool verbose, std::ostream& output, std::ostream& error)
 
 bool Console::IsShown(std::uint32_t level) const
 {
-    return level == kConsoleResult || level == kConsoleFailure || (level == kConsoleDetail && verbose_);
+    return level == kConsoleResult || level == kConsoleFailure ||
+           (level == kConsoleDetail && verbose_);
 }
 
 void Console::Write(std::uint32_t level, const std::string& text)

@@ -44,5 +44,6 @@ std::string DescribeCurrentException();
 }  // namespace integrity_check_tool
 
 /// Throws the program's Exception with a "%1%" message and the throw location.
-#define ICT_THROW(...) \
-    BOOST_THROW_EXCEPTION(::integrity_check_tool::Exception(::integrity_check_tool::Format(__VA_ARGS__)))
+#define ICT_THROW(...)                                                                             \
+    BOOST_THROW_EXCEPTION(                                                                         \
+        ::integrity_check_tool::Exception(::integrity_check_tool::Format(__VA_ARGS__)))

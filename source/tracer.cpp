@@ -24,7 +24,8 @@ zel::ITracerPtr Tracer::PrivateConstruct(const zel::ServiceLocator& locator, std
         }
     }
     zel::ITraceChannelPtr channel;
-    ZEL_CHECK(locator.CreateTraceChannel(path ? std::optional(path->string()) : std::nullopt, channel));
+    ZEL_CHECK(
+        locator.CreateTraceChannel(path ? std::optional(path->string()) : std::nullopt, channel));
     zel::TraceFormatterPtr formatter;
     ZEL_CHECK(locator.CreateTraceFormatter(formatter));
     ZEL_CHECK(formatter->SetPattern(kPrefixPattern));

@@ -3,13 +3,14 @@
 // processor's cache, as the buffer of `openssl speed` does, so the figures
 // compare the hashing code rather than memory bandwidth.
 
+#include <cstring>
+
+#include <benchmark/benchmark.h>
+#include <zel/memory_io.h>
+
 #include "openssl/sha256.h"
 #include "vorn/gost2012.h"
 #include "vorn/streebog_core.h"
-
-#include <benchmark/benchmark.h>
-#include <cstring>
-#include <zel/memory_io.h>
 
 namespace integrity_check_tool {
 namespace {
@@ -69,7 +70,7 @@ BENCHMARK(BM_Gost2012_256)->MinTime(2.0);
 BENCHMARK(BM_Gost2012_PortableCompression)->MinTime(2.0);
 BENCHMARK(BM_Sha256)->MinTime(2.0);
 
-} // namespace
-} // namespace integrity_check_tool
+}  // namespace
+}  // namespace integrity_check_tool
 
 BENCHMARK_MAIN();

@@ -8,7 +8,6 @@
 // signed copy of it (demo regular hierarchy), the load that checks its
 // signature first is timed too.
 
-#include <benchmark/benchmark.h>
 #include <tinyxml.h>
 #include <unistd.h>
 
@@ -16,6 +15,8 @@
 #include <filesystem>
 #include <iostream>
 #include <string>
+
+#include <benchmark/benchmark.h>
 
 #include "manifest_workload.h"
 

@@ -1,12 +1,13 @@
 #include "manifest_workload.h"
 
+#include <tinyxml.h>
+
 #include <cstdint>
 #include <cstdio>
 #include <fstream>
 #include <stdexcept>
 #include <vector>
 
-#include <tinyxml.h>
 #include <zel/environment.h>
 #include <zel/memory_io.h>
 #include <zel/system_information.h>

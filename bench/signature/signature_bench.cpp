@@ -3,17 +3,18 @@
 // solves one verification equation, so it should cost the hash plus a few
 // milliseconds. Files are read from the page cache.
 
+#include <fstream>
+#include <memory>
+#include <string>
+
+#include <benchmark/benchmark.h>
+#include <boost/filesystem.hpp>
+#include <zel/file_io.h>
+
 #include "vorn/gost2012.h"
 #include "vorn/gost2012_signature_verifier.h"
 #include "vorn/gost_key_set.h"
 #include "vorn/signer.h"
-
-#include <benchmark/benchmark.h>
-#include <boost/filesystem.hpp>
-#include <fstream>
-#include <memory>
-#include <string>
-#include <zel/file_io.h>
 
 namespace integrity_check_tool::vorn {
 namespace {
@@ -46,11 +47,13 @@ struct SignedManifest {
         const Blob record = SignVorn2Record(file, key);
         file.insert(file.end(), record.begin(), record.end());
         std::ofstream(path.string(), std::ios::binary)
-            .write(reinterpret_cast<const char*>(file.data()), static_cast<std::streamsize>(file.size()));
+            .write(reinterpret_cast<const char*>(file.data()),
+                   static_cast<std::streamsize>(file.size()));
         const std::string pem = GostPublicKeyToPem(key.PublicKey());
-        const std::span<const std::uint8_t> pemBytes(reinterpret_cast<const std::uint8_t*>(pem.data()),
-                                                     pem.size());
-        verifier = std::make_unique<Gost2012SignatureVerifier>(nullptr, MakeGostKeyBlobs({pemBytes}));
+        const std::span<const std::uint8_t> pemBytes(
+            reinterpret_cast<const std::uint8_t*>(pem.data()), pem.size());
+        verifier =
+            std::make_unique<Gost2012SignatureVerifier>(nullptr, MakeGostKeyBlobs({pemBytes}));
     }
     ~SignedManifest() { boost::filesystem::remove(path); }
 
@@ -96,7 +99,7 @@ void BM_VerifyVorn2(benchmark::State& state)
 BENCHMARK(BM_HashFile)->Arg(256)->Arg(512)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_VerifyVorn2)->Arg(256)->Arg(512)->Unit(benchmark::kMillisecond);
 
-} // namespace
-} // namespace integrity_check_tool::vorn
+}  // namespace
+}  // namespace integrity_check_tool::vorn
 
 BENCHMARK_MAIN();

@@ -52,7 +52,8 @@ std::string LocalTimeStamp()
 }  // namespace
 
 Generate::Generate(zel::ITracerPtr tracer, IFactoryPtr factory, Config::Generate config)
-    : zel::TracerProvider(std::move(tracer)), factory_(std::move(factory)), config_(std::move(config))
+    : zel::TracerProvider(std::move(tracer)), factory_(std::move(factory)),
+      config_(std::move(config))
 {
 }
 
@@ -91,29 +92,32 @@ void Generate::GenerateManifest(Manifest& manifest)
                              FirstFilled(file.checks, config_.checkType));
         }
     }
-    std::optional<ScopedReadAhead> readAhead(std::in_place, *factory_, MakeReadAhead(std::move(items)));
+    std::optional<ScopedReadAhead> readAhead(std::in_place, *factory_,
+                                             MakeReadAhead(std::move(items)));
 
     bool succeeded = true;
     for (FileInfo& file : manifest.files) {
         if (!processor_->IsFiltered(ObjectKind::File, file, file.path)) {
             succeeded = processor_->ProcessFile(file.path, [&] {
-                            GenerateChecks(file.path, file.checks, [&] {
-                                return factory_->CreateFileObject(Path(environment_->Expand(file.path)));
-                            });
-                        }) &&
-                        succeeded;
+                GenerateChecks(file.path, file.checks, [&] {
+                    return factory_->CreateFileObject(Path(environment_->Expand(file.path)));
+                });
+            }) && succeeded;
         }
     }
     readAhead.reset();
     for (DirectoryInfo& directory : manifest.directories) {
         if (!processor_->IsFiltered(ObjectKind::Directory, directory, directory.path)) {
-            succeeded = processor_->ProcessDirectory(directory.path, [&] { GenerateDirectory(directory); }) &&
-                        succeeded;
+            succeeded = processor_->ProcessDirectory(directory.path, [&] {
+                GenerateDirectory(directory);
+            }) && succeeded;
         }
     }
     for (RegistryKeyInfo& key : manifest.registries) {
         if (!processor_->IsFiltered(ObjectKind::RegistryKey, key, key.path)) {
-            succeeded = processor_->ProcessRegistryKey(key.path, [&] { GenerateRegistryKey(key); }) && succeeded;
+            succeeded = processor_->ProcessRegistryKey(key.path, [&] {
+                GenerateRegistryKey(key);
+            }) && succeeded;
         }
     }
     if (!succeeded) {
@@ -160,7 +164,8 @@ void Generate::GenerateDirectory(DirectoryInfo& directory)
     std::vector<ReadAheadItem> items;
     for (const FileInfo& file : directory.files) {
         if (IsUnrestricted(file)) {
-            AddReadAheadItem(items, (root / file.path).string(), FirstFilled(file.checks, config_.checkType));
+            AddReadAheadItem(items, (root / file.path).string(),
+                             FirstFilled(file.checks, config_.checkType));
         }
     }
     const ScopedReadAhead readAhead(*factory_, MakeReadAhead(std::move(items)));
@@ -170,10 +175,9 @@ void Generate::GenerateDirectory(DirectoryInfo& directory)
         const std::string joined = (root / file.path).string();
         if (!processor_->IsFiltered(ObjectKind::File, file, joined)) {
             succeeded = processor_->ProcessFile(joined, [&] {
-                            GenerateChecks(joined, file.checks,
-                                           [&] { return factory_->CreateFileObject(Path(joined)); });
-                        }) &&
-                        succeeded;
+                GenerateChecks(joined, file.checks,
+                               [&] { return factory_->CreateFileObject(Path(joined)); });
+            }) && succeeded;
         }
     }
     if (!succeeded) {
@@ -190,11 +194,10 @@ void Generate::GenerateRegistryKey(RegistryKeyInfo& key)
             continue;
         }
         succeeded = processor_->ProcessRegistryValue(value.name, [&] {
-                        GenerateChecks(value.name, value.checks, [&] {
-                            return factory_->CreateRegistryObject(key.path, value.name, value.type);
-                        });
-                    }) &&
-                    succeeded;
+            GenerateChecks(value.name, value.checks, [&] {
+                return factory_->CreateRegistryObject(key.path, value.name, value.type);
+            });
+        }) && succeeded;
     }
     if (!succeeded) {
         ICT_THROW("Generation of %1% %2% failed", "registry path", key.path);

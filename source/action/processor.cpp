@@ -10,8 +10,8 @@ namespace integrity_check_tool {
 
 Processor::Processor(zel::ITracerPtr tracer, IConsolePtr console, IFilterPtr filter,
                      IStatisticsPtr statistics)
-    : zel::TracerProvider(std::move(tracer)), console_(std::move(console)), filter_(std::move(filter)),
-      statistics_(std::move(statistics))
+    : zel::TracerProvider(std::move(tracer)), console_(std::move(console)),
+      filter_(std::move(filter)), statistics_(std::move(statistics))
 {
 }
 
@@ -97,7 +97,8 @@ bool Processor::IsFiltered(ObjectKind kind, const Applicability& entry, const st
 
 void Processor::VisitManifest(Manifest& manifest)
 {
-    manifest.files.EraseIf([this](const FileInfo& file) { return IsFiltered(ObjectKind::File, file, file.path); });
+    manifest.files.EraseIf(
+        [this](const FileInfo& file) { return IsFiltered(ObjectKind::File, file, file.path); });
     std::erase_if(manifest.directories, [this](const DirectoryInfo& directory) {
         return IsFiltered(ObjectKind::Directory, directory, directory.path);
     });
@@ -115,8 +116,9 @@ void Processor::VisitDirectory(DirectoryInfo& directory)
 
 void Processor::VisitRegistryKey(RegistryKeyInfo& key)
 {
-    key.values.EraseIf(
-        [this](const RegistryValueInfo& value) { return IsFiltered(ObjectKind::RegistryValue, value, value.name); });
+    key.values.EraseIf([this](const RegistryValueInfo& value) {
+        return IsFiltered(ObjectKind::RegistryValue, value, value.name);
+    });
 }
 
 }  // namespace integrity_check_tool

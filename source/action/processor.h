@@ -30,7 +30,8 @@ public:
     virtual bool ProcessRegistryValue(const std::string& name, const Work& work) = 0;
     /// True when the entry does not apply to the system; it is then
     /// reported and counted as skipped.
-    virtual bool IsFiltered(ObjectKind kind, const Applicability& entry, const std::string& name) = 0;
+    virtual bool IsFiltered(ObjectKind kind, const Applicability& entry,
+                            const std::string& name) = 0;
     /// Removes the entries of `manifest` that do not apply to the system,
     /// counting each as skipped.
     virtual void Filter(Manifest& manifest) = 0;
@@ -40,7 +41,8 @@ using IProcessorPtr = std::shared_ptr<IProcessor>;
 class Processor final : public IProcessor, private IVisitor, private zel::TracerProvider {
 public:
     /// `filter` and `statistics` may be null: then nothing is filtered or counted.
-    Processor(zel::ITracerPtr tracer, IConsolePtr console, IFilterPtr filter, IStatisticsPtr statistics);
+    Processor(zel::ITracerPtr tracer, IConsolePtr console, IFilterPtr filter,
+              IStatisticsPtr statistics);
 
     bool ProcessFile(const std::string& name, const Work& work) override;
     bool ProcessDirectory(const std::string& name, const Work& work) override;

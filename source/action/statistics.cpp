@@ -21,14 +21,18 @@ constexpr std::array<KindTexts, 5> kKinds{{
 
 }  // namespace
 
-const char* KindName(ObjectKind kind) { return kKinds.at(static_cast<std::size_t>(kind)).name; }
+const char* KindName(ObjectKind kind)
+{
+    return kKinds.at(static_cast<std::size_t>(kind)).name;
+}
 
 void Statistics::WriteSummary(IConsole& console) const
 {
     std::string text = "===============================================>\n"
                        "Summary( failed / skipped / succeeded ):\n";
     for (std::size_t i = 0; i < counts_.size(); ++i) {
-        text += Format(kKinds[i].summary, counts_[i].failed, counts_[i].skipped, counts_[i].succeeded);
+        text +=
+            Format(kKinds[i].summary, counts_[i].failed, counts_[i].skipped, counts_[i].succeeded);
     }
     console.Write(kConsoleResult, text);
 }

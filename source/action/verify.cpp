@@ -2,10 +2,10 @@
 
 #include <zel/memory_io.h>
 
+#include "action/read_ahead_scope.h"
 #include "action/signature_verifier.h"
 #include "check/checker.h"
 #include "console.h"
-#include "action/read_ahead_scope.h"
 #include "exception.h"
 #include "manifest/expand_visitor.h"
 #include "manifest/make_unique_visitor.h"
@@ -41,8 +41,8 @@ bool Verify::Run()
         storage->LoadFromStream(stream, manifests[i]);
     }
     processor_ = factory_->CreateProcessor();
-    const bool succeeded =
-        processor_->ProcessManifest(manifestPaths_.front().string(), [&] { VerifyManifest(manifests); });
+    const bool succeeded = processor_->ProcessManifest(manifestPaths_.front().string(),
+                                                       [&] { VerifyManifest(manifests); });
     factory_->GetStatistics()->WriteSummary(*factory_->CreateConsole(false));
     return succeeded;
 }
@@ -88,11 +88,13 @@ void Verify::VerifyManifest(std::vector<Manifest>& manifests)
         succeeded = VerifyFile(file.path, file.checks) && succeeded;
     }
     for (const DirectoryInfo& directory : manifest.directories) {
-        succeeded = processor_->ProcessDirectory(directory.path, [&] { VerifyDirectory(directory); }) &&
-                    succeeded;
+        succeeded = processor_->ProcessDirectory(directory.path, [&] {
+            VerifyDirectory(directory);
+        }) && succeeded;
     }
     for (const RegistryKeyInfo& key : manifest.registries) {
-        succeeded = processor_->ProcessRegistryKey(key.path, [&] { VerifyRegistryKey(key); }) && succeeded;
+        succeeded =
+            processor_->ProcessRegistryKey(key.path, [&] { VerifyRegistryKey(key); }) && succeeded;
     }
     if (!succeeded) {
         ICT_THROW(kFailed, "manifest", name);
@@ -113,7 +115,8 @@ void Verify::VerifyDirectory(const DirectoryInfo& directory)
     Trace(kTraceDebug, kVerifying, directory.path);
     bool succeeded = true;
     for (const FileInfo& file : directory.files) {
-        succeeded = VerifyFile((Path(directory.path) / file.path).string(), file.checks) && succeeded;
+        succeeded =
+            VerifyFile((Path(directory.path) / file.path).string(), file.checks) && succeeded;
     }
     if (!succeeded) {
         ICT_THROW(kFailed, "directory", directory.path);
@@ -127,12 +130,11 @@ void Verify::VerifyRegistryKey(const RegistryKeyInfo& key)
     bool succeeded = true;
     for (const RegistryValueInfo& value : key.values) {
         succeeded = processor_->ProcessRegistryValue(value.name, [&] {
-                        Trace(kTraceDebug, kVerifying, value.name);
-                        factory_->CreateRegistryAnyOf(value.checks)
-                            ->CheckRegistryValue(key.path, value.name, value.type);
-                        Trace(kTraceDebug, kCompleted, value.name);
-                    }) &&
-                    succeeded;
+            Trace(kTraceDebug, kVerifying, value.name);
+            factory_->CreateRegistryAnyOf(value.checks)
+                ->CheckRegistryValue(key.path, value.name, value.type);
+            Trace(kTraceDebug, kCompleted, value.name);
+        }) && succeeded;
     }
     if (!succeeded) {
         ICT_THROW(kFailed, "registry path", key.path);

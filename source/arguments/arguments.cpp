@@ -15,8 +15,7 @@ namespace {
 
 constexpr const char* kDefaultManifestName = "integrity_check.xml";
 
-template <class T>
-void ValidateEnum(boost::any& value, const std::vector<std::string>& texts)
+template <class T> void ValidateEnum(boost::any& value, const std::vector<std::string>& texts)
 {
     po::validators::check_first_occurrence(value);
     value = ParseOptionValue<T>(po::validators::get_single_string(texts));
@@ -24,8 +23,7 @@ void ValidateEnum(boost::any& value, const std::vector<std::string>& texts)
 
 }  // namespace
 
-template <class T>
-std::string HelpWithNames(const char* format)
+template <class T> std::string HelpWithNames(const char* format)
 {
     return Format(format, JoinNames<T>(", "));
 }
@@ -62,7 +60,10 @@ void validate(boost::any& value, const std::vector<std::string>& texts, Bitness*
     ValidateEnum<Bitness>(value, texts);
 }
 
-bool Arguments::IsHelpRequested() const { return Has("help"); }
+bool Arguments::IsHelpRequested() const
+{
+    return Has("help");
+}
 
 void Arguments::PrintHelp(std::ostream& out) const
 {

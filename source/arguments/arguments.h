@@ -75,8 +75,7 @@ using ArgumentsPtr = std::shared_ptr<Arguments>;
 
 /// Looks `text` up in the enumeration's name table; throws the parser's
 /// invalid-option-value error for an unknown name.
-template <class T>
-T ParseOptionValue(const std::string& text)
+template <class T> T ParseOptionValue(const std::string& text)
 {
     try {
         return FromName<T>(text);
@@ -86,8 +85,7 @@ T ParseOptionValue(const std::string& text)
 }
 
 /// Help text with the allowed names of T filled into "%1%".
-template <class T>
-std::string HelpWithNames(const char* format);
+template <class T> std::string HelpWithNames(const char* format);
 
 // program_options converts enumeration options through these.
 void validate(boost::any& value, const std::vector<std::string>& texts, CheckType*, int);

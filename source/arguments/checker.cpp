@@ -6,14 +6,12 @@ namespace integrity_check_tool {
 
 void CheckerArguments::AddOptions(po::options_description& options)
 {
-    options.add_options()
-        ("help", "display Help for tool settings")
-        ("version", "display tool version")
-        ("verbose", "extended info output")
-        ("trace", po::value<std::string>(), "file for logging at the DEBUG level")
-        ("signature-type", po::value<SignatureType>()->default_value(SignatureType::Lum, "lum"),
-         HelpWithNames<SignatureType>("signature type( %1% )").c_str())
-        ("crl", po::value<std::string>(), "LUM CRL storage directory");
+    options.add_options()("help", "display Help for tool settings")(
+        "version", "display tool version")("verbose", "extended info output")(
+        "trace", po::value<std::string>(), "file for logging at the DEBUG level")(
+        "signature-type", po::value<SignatureType>()->default_value(SignatureType::Lum, "lum"),
+        HelpWithNames<SignatureType>("signature type( %1% )").c_str())(
+        "crl", po::value<std::string>(), "LUM CRL storage directory");
 }
 
 void CheckerArguments::CreateVisibleOptions(po::options_description& visible)
@@ -37,7 +35,8 @@ void CheckerArguments::CreatePositionalOptions(po::positional_options_descriptio
 
 std::vector<std::string> CheckerArguments::UsageLines() const
 {
-    return {Format("Use to check if the manifest file is in the same folder: %1% [options]", ProgramName()),
+    return {Format("Use to check if the manifest file is in the same folder: %1% [options]",
+                   ProgramName()),
             Format("Otherwise: %1% [options] manifest...", ProgramName())};
 }
 
@@ -58,6 +57,9 @@ std::shared_ptr<Config> CheckerArguments::BuildConfig() const
     return config;
 }
 
-ConfigPtr CheckerArguments::CreateConfig() const { return BuildConfig(); }
+ConfigPtr CheckerArguments::CreateConfig() const
+{
+    return BuildConfig();
+}
 
 }  // namespace integrity_check_tool

@@ -26,7 +26,8 @@ int RunProgram(int argc, char** argv, const std::function<ArgumentsPtr()>& creat
             return 0;
         }
         ConfigPtr config = parsed->CreateConfig();
-        auto application = std::make_unique<Application>(config, zel::MakeIntrusive<zel::ServiceLocator>());
+        auto application =
+            std::make_unique<Application>(config, zel::MakeIntrusive<zel::ServiceLocator>());
         const bool succeeded = application->Run();
         application.reset();
         config.reset();

@@ -6,7 +6,8 @@ namespace integrity_check_tool {
 
 void TesterArguments::OnStart()
 {
-    std::cout << "This utilty for internal testing only. Do not use it in production!\n" << std::endl;
+    std::cout << "This utilty for internal testing only. Do not use it in production!\n"
+              << std::endl;
 }
 
 void TesterArguments::AddOptions(po::options_description& options)

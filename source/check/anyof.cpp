@@ -20,7 +20,8 @@ void AnyOf::CheckFileValue(const Path& path) const
     CheckSequence(checks);
 }
 
-void AnyOf::CheckRegistryValue(const std::string& key, const std::string& value, RegistryType type) const
+void AnyOf::CheckRegistryValue(const std::string& key, const std::string& value,
+                               RegistryType type) const
 {
     if (alternatives_.empty()) {
         ICT_THROW(messages::kNoChecksForRegistry, value, key);

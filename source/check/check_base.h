@@ -20,8 +20,7 @@ struct Subject {
     std::optional<std::string> key;
 
     /// Fills the name (and key) as %1% (and %2%), then `extra` after them.
-    template <class... Args>
-    std::string Text(const char* format, const Args&... extra) const
+    template <class... Args> std::string Text(const char* format, const Args&... extra) const
     {
         return key ? Format(format, name, *key, extra...) : Format(format, name, extra...);
     }

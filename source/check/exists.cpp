@@ -6,8 +6,8 @@ namespace integrity_check_tool::check {
 
 void Exists::Check(IDataObject& object, const Subject& subject, bool registry) const
 {
-    const Texts texts = registry ? Texts{messages::kCheckingRegistryExistence, messages::kRegistryExists,
-                                         messages::kRegistryNotExists}
+    const Texts texts = registry ? Texts{messages::kCheckingRegistryExistence,
+                                         messages::kRegistryExists, messages::kRegistryNotExists}
                                  : Texts{messages::kCheckingFileExistence, messages::kFileExists,
                                          messages::kFileNotExists};
     TraceDebug(subject, texts.progress);

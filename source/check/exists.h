@@ -7,7 +7,10 @@ namespace integrity_check_tool::check {
 /// Passes when the object exists.
 class Exists final : public CheckBase {
 public:
-    Exists(zel::ITracerPtr tracer, IFactoryPtr factory) : CheckBase(std::move(tracer), std::move(factory)) {}
+    Exists(zel::ITracerPtr tracer, IFactoryPtr factory)
+        : CheckBase(std::move(tracer), std::move(factory))
+    {
+    }
 
 protected:
     void Check(IDataObject& object, const Subject& subject, bool registry) const override;

@@ -7,10 +7,11 @@ namespace integrity_check_tool::check {
 
 void Hash::Check(IDataObject& object, const Subject& subject, bool registry) const
 {
-    const Texts texts = registry ? Texts{messages::kCheckingRegistryValue, messages::kRegistryHasExpectedHash,
-                                         messages::kRegistryHasUnexpectedHash}
-                                 : Texts{messages::kCheckingFileValue, messages::kFileHasExpectedHash,
-                                         messages::kFileHasUnexpectedHash};
+    const Texts texts =
+        registry ? Texts{messages::kCheckingRegistryValue, messages::kRegistryHasExpectedHash,
+                         messages::kRegistryHasUnexpectedHash}
+                 : Texts{messages::kCheckingFileValue, messages::kFileHasExpectedHash,
+                         messages::kFileHasUnexpectedHash};
     TraceDebug(subject, texts.progress);
     Blob digest;
     provider_->GetValue(object, digest);

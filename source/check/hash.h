@@ -11,8 +11,8 @@ class Hash final : public CheckBase {
 public:
     Hash(zel::ITracerPtr tracer, IFactoryPtr factory, IValueProviderPtr provider, CheckType type,
          Blob expected)
-        : CheckBase(std::move(tracer), std::move(factory)), provider_(std::move(provider)), type_(type),
-          expected_(std::move(expected))
+        : CheckBase(std::move(tracer), std::move(factory)), provider_(std::move(provider)),
+          type_(type), expected_(std::move(expected))
     {
     }
 

@@ -7,8 +7,8 @@ namespace integrity_check_tool::check {
 void NotExists::Check(IDataObject& object, const Subject& subject, bool registry) const
 {
     // The wording is the Exists check's with success and failure swapped.
-    const Texts texts = registry ? Texts{messages::kCheckingRegistryAbsence, messages::kRegistryNotExists,
-                                         messages::kRegistryExists}
+    const Texts texts = registry ? Texts{messages::kCheckingRegistryAbsence,
+                                         messages::kRegistryNotExists, messages::kRegistryExists}
                                  : Texts{messages::kCheckingFileAbsence, messages::kFileNotExists,
                                          messages::kFileExists};
     TraceDebug(subject, texts.progress);

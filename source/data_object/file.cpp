@@ -13,8 +13,7 @@
 
 namespace integrity_check_tool {
 
-template <class Operation>
-auto File::UnifyError(Operation operation) const -> decltype(operation())
+template <class Operation> auto File::UnifyError(Operation operation) const -> decltype(operation())
 {
     std::string reason;
     try {
@@ -57,7 +56,10 @@ zel::IIOPtr File::GetData()
 
 namespace integrity_check_tool {
 
-Blob IDataObject::ReadContent(std::uint64_t limit) { return ReadWholeStream(*GetData(), limit); }
+Blob IDataObject::ReadContent(std::uint64_t limit)
+{
+    return ReadWholeStream(*GetData(), limit);
+}
 
 Blob File::ReadContent(std::uint64_t limit)
 {

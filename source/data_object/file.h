@@ -24,8 +24,7 @@ public:
 private:
     /// Runs `operation`, turning any error into "Can't read or access file
     /// %1%. Reason: %2%".
-    template <class Operation>
-    auto UnifyError(Operation operation) const -> decltype(operation());
+    template <class Operation> auto UnifyError(Operation operation) const -> decltype(operation());
 
     std::string path_;
 };

@@ -136,7 +136,8 @@ unsigned ReadAheadThreads()
 {
     constexpr unsigned kDefaultCap = 16;
     constexpr unsigned kExplicitCap = 256;
-    if (const char* text = std::getenv("INTEGRITY_CHECK_THREADS"); text != nullptr && *text != '\0') {
+    if (const char* text = std::getenv("INTEGRITY_CHECK_THREADS");
+        text != nullptr && *text != '\0') {
         unsigned value = 0;
         const char* end = text + std::strlen(text);
         const auto [stop, error] = std::from_chars(text, end, value);
@@ -164,6 +165,9 @@ void AddReadAheadItem(std::vector<ReadAheadItem>& items, std::string path, Check
     }
 }
 
-bool IsUnrestricted(const Applicability& entry) { return entry == Applicability{}; }
+bool IsUnrestricted(const Applicability& entry)
+{
+    return entry == Applicability{};
+}
 
 }  // namespace integrity_check_tool

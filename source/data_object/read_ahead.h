@@ -78,8 +78,8 @@ private:
     std::size_t next_ = 0;               // first item no worker has taken
     std::size_t cursor_ = 0;             // the consumer's position
     static constexpr std::size_t kNobody = ~std::size_t{0};
-    std::size_t waitingFor_ = kNobody;   // the slot the consumer waits for
-    unsigned idle_ = 0;                  // workers waiting for room in the window
+    std::size_t waitingFor_ = kNobody;  // the slot the consumer waits for
+    unsigned idle_ = 0;                 // workers waiting for room in the window
     bool stop_ = false;
     std::vector<std::thread> workers_;
 };
@@ -92,7 +92,8 @@ unsigned ReadAheadThreads();
 
 /// The read-ahead for `items`, or null when `threads` is 1 or nothing is to
 /// be read.
-IReadAheadPtr MakeReadAhead(std::vector<ReadAheadItem> items, unsigned threads = ReadAheadThreads());
+IReadAheadPtr MakeReadAhead(std::vector<ReadAheadItem> items,
+                            unsigned threads = ReadAheadThreads());
 
 /// Appends `path` to `items` when `type` is a hash.
 void AddReadAheadItem(std::vector<ReadAheadItem>& items, std::string path, CheckType type);

@@ -7,7 +7,10 @@
 
 namespace integrity_check_tool::value_provider {
 
-void Empty::GetValue(IDataObject&, Blob& value) const { value.clear(); }
+void Empty::GetValue(IDataObject&, Blob& value) const
+{
+    value.clear();
+}
 
 void Raw::GetValue(IDataObject& object, Blob& value) const
 {

@@ -19,17 +19,17 @@
 #include "data_object/messages.h"
 #include "data_object/value_provider.h"
 #include "exception.h"
-#include "lum/verifier.h"
 #include "factory/composite.h"
+#include "lum/verifier.h"
+#include "manifest/environment.h"
+#include "manifest/filter.h"
 #include "manifest/manifest.h"
+#include "manifest/storage.h"
 #include "openssl/sha256.h"
+#include "system_info.h"
 #include "utils/utils.h"
 #include "vorn/gost2012.h"
 #include "vorn/gost2012_signature_verifier.h"
-#include "manifest/environment.h"
-#include "manifest/filter.h"
-#include "manifest/storage.h"
-#include "system_info.h"
 #include "xml/file.h"
 
 namespace integrity_check_tool {
@@ -50,30 +50,39 @@ public:
 }  // namespace
 
 Factory::Factory(ConfigPtr config, zel::ServiceLocatorPtr locator, zel::ITracerPtr tracer)
-    : zel::TracerProvider(std::move(tracer)), config_(std::move(config)), locator_(std::move(locator)),
-      statistics_(std::make_shared<Statistics>())
+    : zel::TracerProvider(std::move(tracer)), config_(std::move(config)),
+      locator_(std::move(locator)), statistics_(std::make_shared<Statistics>())
 {
 }
 
-CompositePtr Factory::CreateComposite() { return std::make_shared<Composite>(); }
+CompositePtr Factory::CreateComposite()
+{
+    return std::make_shared<Composite>();
+}
 
 std::shared_ptr<check::CheckBase> Factory::CreateChecker(const CheckInfo& check)
 {
     const IFactoryPtr self = shared_from_this();
     switch (check.type) {
-    case CheckType::Exists: return std::make_shared<check::Exists>(GetTracer(), self);
-    case CheckType::NotExists: return std::make_shared<check::NotExists>(GetTracer(), self);
+    case CheckType::Exists:
+        return std::make_shared<check::Exists>(GetTracer(), self);
+    case CheckType::NotExists:
+        return std::make_shared<check::NotExists>(GetTracer(), self);
     case CheckType::Gost2012:
     case CheckType::Sha256:
-        return std::make_shared<check::Hash>(GetTracer(), self, CreateValueProvider(check.type), check.type,
-                                             check.value);
+        return std::make_shared<check::Hash>(GetTracer(), self, CreateValueProvider(check.type),
+                                             check.type, check.value);
     case CheckType::Value:
-        return std::make_shared<check::Value>(GetTracer(), self, CreateValueProvider(check.type), check.value);
+        return std::make_shared<check::Value>(GetTracer(), self, CreateValueProvider(check.type),
+                                              check.value);
     }
     UnknownCheckType(check.type);
 }
 
-IFileCheckerPtr Factory::CreateFileChecker(const CheckInfoPtr& check) { return CreateChecker(*check); }
+IFileCheckerPtr Factory::CreateFileChecker(const CheckInfoPtr& check)
+{
+    return CreateChecker(*check);
+}
 
 IRegistryCheckerPtr Factory::CreateRegistryChecker(const CheckInfoPtr& check)
 {
@@ -86,7 +95,8 @@ std::shared_ptr<check::AnyOf> Factory::CreateAnyOf(const CheckInfoList& checks)
     alternatives.reserve(checks.size());
     for (std::size_t i = 0; i < checks.size(); ++i) {
         auto checker = CreateChecker(*checks[i]);
-        alternatives.push_back({ToName(checks[i]->type) + " #" + std::to_string(i + 1), checker, checker});
+        alternatives.push_back(
+            {ToName(checks[i]->type) + " #" + std::to_string(i + 1), checker, checker});
     }
     return std::make_shared<check::AnyOf>(GetTracer(), std::move(alternatives));
 }
@@ -107,7 +117,10 @@ IRegistryCheckerPtr Factory::CreateRegistryAnyOf(const CheckInfoList& checks)
     return CreateAnyOf(checks);
 }
 
-IDataObjectPtr Factory::CreateFileObject(const Path& path) { return std::make_shared<File>(path.string()); }
+IDataObjectPtr Factory::CreateFileObject(const Path& path)
+{
+    return std::make_shared<File>(path.string());
+}
 
 IDataObjectPtr Factory::CreateRegistryObject(const std::string&, const std::string&, RegistryType)
 {
@@ -118,18 +131,28 @@ IValueProviderPtr Factory::CreateValueProvider(CheckType type)
 {
     switch (type) {
     case CheckType::Exists:
-    case CheckType::NotExists: return std::make_shared<value_provider::Empty>();
+    case CheckType::NotExists:
+        return std::make_shared<value_provider::Empty>();
     case CheckType::Gost2012:
-        return std::make_shared<value_provider::Hash>(vorn::GetGost2012(GetTracer()), type, readAhead_);
-    case CheckType::Sha256: return std::make_shared<value_provider::Hash>(openssl::GetSha256(), type, readAhead_);
-    case CheckType::Value: return std::make_shared<value_provider::Raw>();
+        return std::make_shared<value_provider::Hash>(vorn::GetGost2012(GetTracer()), type,
+                                                      readAhead_);
+    case CheckType::Sha256:
+        return std::make_shared<value_provider::Hash>(openssl::GetSha256(), type, readAhead_);
+    case CheckType::Value:
+        return std::make_shared<value_provider::Raw>();
     }
     UnknownCheckType(type);
 }
 
-void Factory::SetReadAhead(IReadAheadPtr readAhead) { readAhead_ = std::move(readAhead); }
+void Factory::SetReadAhead(IReadAheadPtr readAhead)
+{
+    readAhead_ = std::move(readAhead);
+}
 
-IStoragePtr Factory::CreateXmlFile() { return std::make_shared<xml::File>(); }
+IStoragePtr Factory::CreateXmlFile()
+{
+    return std::make_shared<xml::File>();
+}
 
 IStoragePtr Factory::CreateStorage()
 {
@@ -166,11 +189,15 @@ IConsolePtr Factory::CreateConsole(bool verbose)
 
 IProcessorPtr Factory::CreateProcessor()
 {
-    return std::make_shared<Processor>(GetTracer(), CreateConsole(config_->verify && config_->verify->isVerbose),
+    return std::make_shared<Processor>(GetTracer(),
+                                       CreateConsole(config_->verify && config_->verify->isVerbose),
                                        CreateFilter(), statistics_);
 }
 
-IStatisticsPtr Factory::GetStatistics() { return statistics_; }
+IStatisticsPtr Factory::GetStatistics()
+{
+    return statistics_;
+}
 
 IEnvironmentPtr Factory::CreateEnvironment(const Path& manifestPath)
 {
@@ -187,9 +214,11 @@ ISignatureVerifierPtr Factory::CreateSignatureVerifier()
     switch (verify.signatureType) {
     case SignatureType::Lum:
     case SignatureType::LumWithFilename:
-        return std::make_shared<LumSignatureVerifier>(GetTracer(), regularRoots, verify.crlStoragePath,
-                                                      verify.signatureType == SignatureType::LumWithFilename);
-    case SignatureType::Vorn2: return std::make_shared<vorn::Gost2012SignatureVerifier>(GetTracer(), regularRoots);
+        return std::make_shared<LumSignatureVerifier>(
+            GetTracer(), regularRoots, verify.crlStoragePath,
+            verify.signatureType == SignatureType::LumWithFilename);
+    case SignatureType::Vorn2:
+        return std::make_shared<vorn::Gost2012SignatureVerifier>(GetTracer(), regularRoots);
     }
     ICT_THROW("Unknown signature type %1%", static_cast<std::uint32_t>(verify.signatureType));
 }
@@ -220,8 +249,8 @@ IActionPtr Factory::CreateNormalizeAction()
 IActionPtr Factory::CreateSingleFileAction()
 {
     const Config::SingleFileCheck& check = *config_->singleFileCheck;
-    return std::make_shared<action::CheckSingleFile>(check.filePath, check.checkType, shared_from_this(),
-                                                     GetTracer(), CreateConsole(false));
+    return std::make_shared<action::CheckSingleFile>(
+        check.filePath, check.checkType, shared_from_this(), GetTracer(), CreateConsole(false));
 }
 
 IActionPtr Factory::CreateConfiguredAction()

@@ -34,7 +34,7 @@ public:
     virtual IDataObjectPtr CreateFileObject(const Path& path) = 0;
     /// Always throws "Registry not supported on this platform" on Linux.
     virtual IDataObjectPtr CreateRegistryObject(const std::string& key, const std::string& value,
-                                                 RegistryType type) = 0;
+                                                RegistryType type) = 0;
     virtual IValueProviderPtr CreateValueProvider(CheckType type) = 0;
     /// The XML manifest file reader and writer.
     virtual IStoragePtr CreateXmlFile() = 0;

@@ -30,8 +30,10 @@ std::string FileName(const Path& file)
 }  // namespace
 
 LumSignatureVerifier::LumSignatureVerifier(zel::ITracerPtr tracer, bool regularRoots,
-                                           const std::optional<Path>& crlStoragePath, bool withFileName)
-    : zel::TracerProvider(std::move(tracer)), roots_(lum::TrustedRoots(regularRoots)), withFileName_(withFileName)
+                                           const std::optional<Path>& crlStoragePath,
+                                           bool withFileName)
+    : zel::TracerProvider(std::move(tracer)), roots_(lum::TrustedRoots(regularRoots)),
+      withFileName_(withFileName)
 {
     if (crlStoragePath) {
         crl_ = ReadCrl(*crlStoragePath);
@@ -65,7 +67,8 @@ Blob LumSignatureVerifier::ReadCrl(const Path& directory) const
     std::size_t total = 0;
     while (total < crl.size()) {
         std::size_t got = 0;
-        if (zel::Failed(container->Read(crl.data() + total, crl.size() - total, &got)) || got == 0) {
+        if (zel::Failed(container->Read(crl.data() + total, crl.size() - total, &got)) ||
+            got == 0) {
             ICT_THROW("Can't read CRL from storage");
         }
         total += got;
@@ -86,15 +89,16 @@ void LumSignatureVerifier::Verify(const Path& file, Blob& content) const
     Blob data = ReadWholeStream(*io);
 
     crypto::lum::ILumSignatureVerifierPtr verifier;
-    if (zel::Failed(crypto::lum::LumCreateVerifier(GetTracer(), roots_, crl_, verifier)) || !verifier) {
+    if (zel::Failed(crypto::lum::LumCreateVerifier(GetTracer(), roots_, crl_, verifier)) ||
+        !verifier) {
         ICT_THROW("Can't create LUM verifier");
     }
     crypto::lum::ILumSignatureVerificationResultPtr result;
-    const std::int32_t status =
-        withFileName_ ? verifier->VerifyObjectWithAdditionalContent(data, crypto::lum::FileNameAttributeOid(),
-                                                                    crypto::lum::FileNameToBmp(FileName(file)),
-                                                                    result)
-                      : verifier->VerifyObject(data, result);
+    const std::int32_t status = withFileName_
+                                    ? verifier->VerifyObjectWithAdditionalContent(
+                                          data, crypto::lum::FileNameAttributeOid(),
+                                          crypto::lum::FileNameToBmp(FileName(file)), result)
+                                    : verifier->VerifyObject(data, result);
     if (status != crypto::lum::lumOk) {
         Trace(kTraceError, "LUM signature of file %1% is not OK", file.string());
         std::uint32_t flags = 0;
@@ -107,7 +111,8 @@ void LumSignatureVerifier::Verify(const Path& file, Blob& content) const
     Trace(kTraceDebug, "LUM signature of file %1% is OK", file.string());
     Trace(kTraceDebug, "Finding signature position ...");
     std::uint64_t position = 0;
-    if (!result || result->GetCheckedContentSize(&position) != crypto::lum::lumOk || position > data.size()) {
+    if (!result || result->GetCheckedContentSize(&position) != crypto::lum::lumOk ||
+        position > data.size()) {
         ICT_THROW("Can't get checked content size");
     }
     Trace(kTraceDebug, "Signature position: %1%", position);

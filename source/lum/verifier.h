@@ -16,8 +16,8 @@ class LumSignatureVerifier final : public ISignatureVerifier, private zel::Trace
 public:
     /// Reads the revocation container of `crlStoragePath` when one is given;
     /// throws Exception when it cannot be read or is too large.
-    LumSignatureVerifier(zel::ITracerPtr tracer, bool regularRoots, const std::optional<Path>& crlStoragePath,
-                         bool withFileName);
+    LumSignatureVerifier(zel::ITracerPtr tracer, bool regularRoots,
+                         const std::optional<Path>& crlStoragePath, bool withFileName);
 
     void Verify(const Path& file, Blob& content) const override;
 

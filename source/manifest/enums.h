@@ -30,15 +30,12 @@ enum class RegistryType : std::uint32_t {
 
 /// The value named exactly `name` (case-sensitive); throws Exception
 /// "Invalid name: %1%" for any other text.
-template <class T>
-T FromName(std::string_view name);
+template <class T> T FromName(std::string_view name);
 
 /// The name of `value`; throws std::out_of_range for a value outside the table.
-template <class T>
-const std::string& ToName(T value);
+template <class T> const std::string& ToName(T value);
 
 /// The table's names joined by `separator`, in value order (for help texts).
-template <class T>
-std::string JoinNames(std::string_view separator);
+template <class T> std::string JoinNames(std::string_view separator);
 
 }  // namespace integrity_check_tool

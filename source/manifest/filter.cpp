@@ -9,8 +9,7 @@ namespace integrity_check_tool {
 
 namespace {
 
-template <class T>
-bool Differs(const std::optional<T>& condition, T actual) noexcept
+template <class T> bool Differs(const std::optional<T>& condition, T actual) noexcept
 {
     return condition && *condition != actual;
 }
@@ -18,11 +17,8 @@ bool Differs(const std::optional<T>& condition, T actual) noexcept
 }  // namespace
 
 Filter::Filter(const ISystemInfo& system, zel::ITracerPtr tracer)
-    : zel::TracerProvider(std::move(tracer)),
-      arch_(system.GetOsArch()),
-      os_(system.GetOs()),
-      edition_(system.GetOsEdition()),
-      bitness_(system.GetBitness()),
+    : zel::TracerProvider(std::move(tracer)), arch_(system.GetOsArch()), os_(system.GetOs()),
+      edition_(system.GetOsEdition()), bitness_(system.GetBitness()),
       version_(system.GetOsVersion())
 {
 }

@@ -24,8 +24,7 @@ ptree& AddList(ptree& node, const char* key)
     return node.push_back(ptree::value_type(key, ptree()))->second;
 }
 
-template <class T>
-void AddOptional(ptree& node, const char* key, const std::optional<T>& value)
+template <class T> void AddOptional(ptree& node, const char* key, const std::optional<T>& value)
 {
     if (!value) {
         return;

@@ -12,7 +12,10 @@ namespace integrity_check_tool {
 
 namespace {
 
-const Applicability& Conditions(const Applicability& entry) { return entry; }
+const Applicability& Conditions(const Applicability& entry)
+{
+    return entry;
+}
 
 /// Set of check types as a bit mask.
 std::uint32_t CheckTypes(const CheckInfoList& checks)
@@ -49,15 +52,13 @@ void Collapse(std::vector<T>& items, Less less, Equal equal, MergeDuplicate merg
 
 auto NoMerge = [](auto&, auto&) {};
 
-template <class Entry>
-bool SamePathAndConditions(const Entry& left, const Entry& right)
+template <class Entry> bool SamePathAndConditions(const Entry& left, const Entry& right)
 {
     return ComparePaths(left.path, right.path) == 0 && Conditions(left) == Conditions(right);
 }
 
 struct PathThenConditionsLess {
-    template <class Entry>
-    bool operator()(const Entry& left, const Entry& right) const
+    template <class Entry> bool operator()(const Entry& left, const Entry& right) const
     {
         const int order = ComparePaths(left.path, right.path);
         return order != 0 ? order < 0 : Conditions(left) < Conditions(right);
@@ -66,10 +67,12 @@ struct PathThenConditionsLess {
     template <class Iterator>
     std::vector<std::size_t> StableOrder(Iterator first, Iterator last) const
     {
-        return SortPaths(first, last, [first](std::size_t left, std::size_t right) {
-                   return Conditions(first[static_cast<std::ptrdiff_t>(left)]) <
-                          Conditions(first[static_cast<std::ptrdiff_t>(right)]);
-               }).Order();
+        return SortPaths(first, last,
+                         [first](std::size_t left, std::size_t right) {
+                             return Conditions(first[static_cast<std::ptrdiff_t>(left)]) <
+                                    Conditions(first[static_cast<std::ptrdiff_t>(right)]);
+                         })
+            .Order();
     }
 };
 
@@ -102,8 +105,7 @@ void MakeUniqueManifestVisitor::VisitManifest(Manifest& manifest)
         },
         [](const EnvironmentInfo& a, const EnvironmentInfo& b) { return a == b; }, NoMerge);
     CollapseFiles(manifest.files);
-    Collapse(manifest.directories, PathThenConditionsLess{},
-             SamePathAndConditions<DirectoryInfo>,
+    Collapse(manifest.directories, PathThenConditionsLess{}, SamePathAndConditions<DirectoryInfo>,
              [](DirectoryInfo& kept, DirectoryInfo& duplicate) {
                  kept.files.InsertAll(std::move(duplicate.files.Items()));
              });
@@ -120,7 +122,10 @@ void MakeUniqueManifestVisitor::VisitManifest(Manifest& manifest)
         });
 }
 
-void MakeUniqueManifestVisitor::VisitFile(FileInfo& file) { CollapseChecks(file.checks); }
+void MakeUniqueManifestVisitor::VisitFile(FileInfo& file)
+{
+    CollapseChecks(file.checks);
+}
 
 void MakeUniqueManifestVisitor::VisitDirectory(DirectoryInfo& directory)
 {

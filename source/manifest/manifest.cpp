@@ -49,8 +49,7 @@ void Manifest::Accept(IVisitor& visitor)
 
 namespace {
 
-template <class T>
-void Append(std::vector<T>& target, std::vector<T>&& source)
+template <class T> void Append(std::vector<T>& target, std::vector<T>&& source)
 {
     target.insert(target.end(), std::make_move_iterator(source.begin()),
                   std::make_move_iterator(source.end()));

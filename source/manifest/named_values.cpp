@@ -10,8 +10,7 @@ namespace integrity_check_tool {
 namespace {
 
 /// Fixed table of (value, name) pairs; value i sits at position i.
-template <class T, std::size_t N>
-class NamedValues {
+template <class T, std::size_t N> class NamedValues {
 public:
     using Entry = std::pair<T, std::string>;
 
@@ -48,11 +47,9 @@ private:
     std::array<Entry, N> entries_;
 };
 
-template <class T>
-const auto& Table();
+template <class T> const auto& Table();
 
-template <>
-const auto& Table<CheckType>()
+template <> const auto& Table<CheckType>()
 {
     static const NamedValues<CheckType, 5> table({{
         {CheckType::Exists, "Exists"},
@@ -64,8 +61,7 @@ const auto& Table<CheckType>()
     return table;
 }
 
-template <>
-const auto& Table<SignatureType>()
+template <> const auto& Table<SignatureType>()
 {
     static const NamedValues<SignatureType, 3> table({{
         {SignatureType::Vorn2, "vorn2"},
@@ -75,31 +71,28 @@ const auto& Table<SignatureType>()
     return table;
 }
 
-template <>
-const auto& Table<Bitness>()
+template <> const auto& Table<Bitness>()
 {
-    static const NamedValues<Bitness, 2> table({{{Bitness::Bits32, "32"}, {Bitness::Bits64, "64"}}});
+    static const NamedValues<Bitness, 2> table(
+        {{{Bitness::Bits32, "32"}, {Bitness::Bits64, "64"}}});
     return table;
 }
 
-template <>
-const auto& Table<OsEdition>()
+template <> const auto& Table<OsEdition>()
 {
     static const NamedValues<OsEdition, 2> table(
         {{{OsEdition::Server, "Server"}, {OsEdition::Desktop, "Desktop"}}});
     return table;
 }
 
-template <>
-const auto& Table<Os>()
+template <> const auto& Table<Os>()
 {
     static const NamedValues<Os, 3> table(
         {{{Os::Linux, "Linux"}, {Os::Windows, "Windows"}, {Os::MacOS, "MacOS"}}});
     return table;
 }
 
-template <>
-const auto& Table<Arch>()
+template <> const auto& Table<Arch>()
 {
     static const NamedValues<Arch, 7> table({{
         {Arch::X86_64, "X86_64"},
@@ -113,8 +106,7 @@ const auto& Table<Arch>()
     return table;
 }
 
-template <>
-const auto& Table<RegistryType>()
+template <> const auto& Table<RegistryType>()
 {
     static const NamedValues<RegistryType, 11> table({{
         {RegistryType::Binary, "REG_BINARY"},
@@ -134,27 +126,24 @@ const auto& Table<RegistryType>()
 
 }  // namespace
 
-template <class T>
-T FromName(std::string_view name)
+template <class T> T FromName(std::string_view name)
 {
     return Table<T>().FromName(name);
 }
 
-template <class T>
-const std::string& ToName(T value)
+template <class T> const std::string& ToName(T value)
 {
     return Table<T>().ToName(value);
 }
 
-template <class T>
-std::string JoinNames(std::string_view separator)
+template <class T> std::string JoinNames(std::string_view separator)
 {
     return Table<T>().Join(separator);
 }
 
-#define ICT_INSTANTIATE_NAMED_VALUES(T)                    \
-    template T FromName<T>(std::string_view);              \
-    template const std::string& ToName<T>(T);              \
+#define ICT_INSTANTIATE_NAMED_VALUES(T)                                                            \
+    template T FromName<T>(std::string_view);                                                      \
+    template const std::string& ToName<T>(T);                                                      \
     template std::string JoinNames<T>(std::string_view);
 
 ICT_INSTANTIATE_NAMED_VALUES(CheckType)

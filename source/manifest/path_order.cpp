@@ -70,7 +70,10 @@ std::size_t CommonPrefix(const char* left, const char* right, std::size_t size) 
 
 // Elements compare as strings, a shorter element first; ranking the separator
 // below every other byte makes the flat byte comparison agree with that.
-int Rank(unsigned char byte) noexcept { return byte == '/' ? 0 : byte + 1; }
+int Rank(unsigned char byte) noexcept
+{
+    return byte == '/' ? 0 : byte + 1;
+}
 
 int ComparePlain(std::string_view left, std::string_view right) noexcept
 {

@@ -26,8 +26,7 @@ public:
     /// Sorts the paths, equal ones in the order they were added;
     /// `tieLess(a, b)` orders equal paths by the indices they were added at
     /// first, when given.
-    template <class TieLess>
-    void Sort(TieLess tieLess);
+    template <class TieLess> void Sort(TieLess tieLess);
     void Sort()
     {
         Sort([](std::size_t, std::size_t) { return false; });
@@ -71,8 +70,7 @@ PathSortKeys SortPaths(Iterator first, Iterator last, TieLess tieLess)
     return keys;
 }
 
-template <class TieLess>
-void PathSortKeys::Sort(TieLess tieLess)
+template <class TieLess> void PathSortKeys::Sort(TieLess tieLess)
 {
     const auto less = [&](const Key& left, const Key& right) {
         const int order = Compare(left, right);

@@ -25,16 +25,16 @@ std::vector<std::size_t> StableOrder(Iterator first, Iterator last, const Less& 
         const auto element = [first](std::size_t i) -> decltype(auto) {
             return first[static_cast<std::ptrdiff_t>(i)];
         };
-        std::stable_sort(order.begin(), order.end(),
-                         [&](std::size_t a, std::size_t b) { return less(element(a), element(b)); });
+        std::stable_sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
+            return less(element(a), element(b));
+        });
         return order;
     }
 }
 
 /// Rearranges the elements from `first` so that position i takes the element
 /// at order[i], moving each element at most once.
-template <class Iterator>
-void ApplyOrder(Iterator first, std::vector<std::size_t> order)
+template <class Iterator> void ApplyOrder(Iterator first, std::vector<std::size_t> order)
 {
     using Value = typename std::iterator_traits<Iterator>::value_type;
     const auto element = [first](std::size_t i) -> decltype(auto) {
@@ -74,8 +74,7 @@ void StableSortInPlace(Iterator first, Iterator last, const Less& less)
 /// Contiguous list kept ordered by `Less`, equal elements in insertion order.
 /// Elements may be edited through iterators; whoever changes an element's key
 /// calls Reorder() afterwards.
-template <class T, class Less>
-class SortedList {
+template <class T, class Less> class SortedList {
 public:
     using value_type = T;
     using iterator = typename std::vector<T>::iterator;
@@ -121,8 +120,7 @@ public:
     iterator erase(const_iterator first, const_iterator last) { return items_.erase(first, last); }
 
     /// Removes every element for which `predicate` is true; returns how many.
-    template <class Predicate>
-    std::size_t EraseIf(Predicate predicate)
+    template <class Predicate> std::size_t EraseIf(Predicate predicate)
     {
         return std::erase_if(items_, std::move(predicate));
     }

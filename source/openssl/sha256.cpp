@@ -10,7 +10,7 @@ struct MdCtxDeleter {
     void operator()(EVP_MD_CTX* context) const noexcept { EVP_MD_CTX_free(context); }
 };
 
-} // namespace
+}  // namespace
 
 Sha256::Sha256() : md_(EVP_MD_fetch(nullptr, "SHA256", nullptr))
 {
@@ -51,4 +51,4 @@ IHashPtr GetSha256()
     return SharedInstance<Sha256>();
 }
 
-} // namespace integrity_check_tool::openssl
+}  // namespace integrity_check_tool::openssl

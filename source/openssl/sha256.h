@@ -1,9 +1,10 @@
 #pragma once
 
-#include "utils/hash.h"
-
 #include <memory>
+
 #include <openssl/evp.h>
+
+#include "utils/hash.h"
 
 namespace integrity_check_tool::openssl {
 
@@ -27,4 +28,4 @@ private:
 /// The shared SHA-256 instance (see SharedInstance).
 IHashPtr GetSha256();
 
-} // namespace integrity_check_tool::openssl
+}  // namespace integrity_check_tool::openssl

@@ -1,10 +1,10 @@
 #include "sign/arguments.h"
 
-#include "exception.h"
-#include "sign/messages.h"
-
 #include <algorithm>
 #include <sstream>
+
+#include "exception.h"
+#include "sign/messages.h"
 
 namespace integrity_check_tool::sign {
 
@@ -24,7 +24,7 @@ std::vector<Path> ToPaths(const std::vector<std::string>& texts)
     return {texts.begin(), texts.end()};
 }
 
-} // namespace
+}  // namespace
 
 SignArguments::SignArguments() : visible_("Options")
 {
@@ -271,4 +271,4 @@ void SignArguments::UsageError(const std::string& message) const
     BOOST_THROW_EXCEPTION(Exception(text.str()));
 }
 
-} // namespace integrity_check_tool::sign
+}  // namespace integrity_check_tool::sign

@@ -1,11 +1,12 @@
 #pragma once
 
-#include "sign/options.h"
-
-#include <boost/program_options.hpp>
 #include <ostream>
 #include <string>
 #include <vector>
+
+#include <boost/program_options.hpp>
+
+#include "sign/options.h"
 
 namespace integrity_check_tool::sign {
 
@@ -55,4 +56,4 @@ private:
     KeyOptions key_;
 };
 
-} // namespace integrity_check_tool::sign
+}  // namespace integrity_check_tool::sign

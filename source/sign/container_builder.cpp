@@ -1,12 +1,12 @@
 #include "sign/container_builder.h"
 
+#include <lum/format.h>
+#include <openssl/err.h>
+
 #include "exception.h"
 #include "sign/credentials.h"
 #include "sign/messages.h"
 #include "sign/openssl_error.h"
-
-#include <lum/format.h>
-#include <openssl/err.h>
 
 namespace integrity_check_tool::sign {
 
@@ -52,7 +52,7 @@ bool IssuedBy(X509_CRL& crl, X509& root)
     return issued;
 }
 
-} // namespace
+}  // namespace
 
 ContainerBuilder::ContainerBuilder(const std::vector<Path>& roots) : rootPaths_(roots)
 {
@@ -90,4 +90,4 @@ Blob ContainerBuilder::Build() const
     return crypto::lum::BuildContainer(databases);
 }
 
-} // namespace integrity_check_tool::sign
+}  // namespace integrity_check_tool::sign

@@ -1,9 +1,9 @@
 #pragma once
 
+#include <vector>
+
 #include "sign/openssl_handles.h"
 #include "types.h"
-
-#include <vector>
 
 namespace integrity_check_tool::sign {
 
@@ -36,4 +36,4 @@ private:
     std::vector<Entry> entries_;
 };
 
-} // namespace integrity_check_tool::sign
+}  // namespace integrity_check_tool::sign

@@ -1,16 +1,17 @@
 #include "sign/credentials.h"
 
+#include <algorithm>
+#include <limits>
+#include <string_view>
+#include <utility>
+
+#include <openssl/err.h>
+#include <openssl/pem.h>
+
 #include "exception.h"
 #include "sign/input_file.h"
 #include "sign/messages.h"
 #include "sign/openssl_error.h"
-
-#include <algorithm>
-#include <limits>
-#include <openssl/err.h>
-#include <openssl/pem.h>
-#include <string_view>
-#include <utility>
 
 namespace integrity_check_tool::sign {
 
@@ -56,7 +57,7 @@ bool LooksLikePem(const Blob& content)
            content.end();
 }
 
-} // namespace
+}  // namespace
 
 Blob ReadCredentialFile(const Path& path)
 {
@@ -120,4 +121,4 @@ X509CrlPtr LoadCrl(const Path& path)
     return crl;
 }
 
-} // namespace integrity_check_tool::sign
+}  // namespace integrity_check_tool::sign

@@ -24,4 +24,4 @@ CertificateStackPtr LoadCertificates(const Path& path);
 /// The CRL in `path` (PEM or DER); throws Exception when there is none.
 X509CrlPtr LoadCrl(const Path& path);
 
-} // namespace integrity_check_tool::sign
+}  // namespace integrity_check_tool::sign

@@ -1,17 +1,18 @@
 #include "sign/crl_maker.h"
 
+#include <algorithm>
+#include <cctype>
+#include <ctime>
+#include <set>
+
+#include <openssl/err.h>
+#include <openssl/pem.h>
+#include <openssl/x509v3.h>
+
 #include "exception.h"
 #include "sign/credentials.h"
 #include "sign/messages.h"
 #include "sign/openssl_error.h"
-
-#include <algorithm>
-#include <cctype>
-#include <ctime>
-#include <openssl/err.h>
-#include <openssl/pem.h>
-#include <openssl/x509v3.h>
-#include <set>
 
 namespace integrity_check_tool::sign {
 
@@ -104,7 +105,7 @@ void AddExtensions(X509_CRL& crl, X509& issuer)
     ERR_clear_error();
 }
 
-} // namespace
+}  // namespace
 
 CrlMaker::CrlMaker(const Path& caCertificate, const Path& caKey)
     : certificate_(LoadCertificate(caCertificate)), key_(LoadPrivateKey(caKey))
@@ -162,4 +163,4 @@ std::string CrlMaker::ToPem(X509_CRL& crl)
     return {data, static_cast<std::size_t>(size)};
 }
 
-} // namespace integrity_check_tool::sign
+}  // namespace integrity_check_tool::sign

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "sign/openssl_handles.h"
-#include "sign/options.h"
-
 #include <string>
 #include <vector>
+
+#include "sign/openssl_handles.h"
+#include "sign/options.h"
 
 namespace integrity_check_tool::sign {
 
@@ -28,4 +28,4 @@ private:
     EvpPkeyPtr key_;
 };
 
-} // namespace integrity_check_tool::sign
+}  // namespace integrity_check_tool::sign

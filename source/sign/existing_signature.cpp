@@ -1,16 +1,17 @@
 #include "sign/existing_signature.h"
 
+#include <algorithm>
+#include <array>
+
+#include <lum/format.h>
+#include <openssl/cms.h>
+#include <openssl/err.h>
+
 #include "exception.h"
 #include "sign/messages.h"
 #include "sign/openssl_handles.h"
 #include "vorn/signer.h"
 #include "vorn/vorn2_record.h"
-
-#include <algorithm>
-#include <array>
-#include <lum/format.h>
-#include <openssl/cms.h>
-#include <openssl/err.h>
 
 namespace integrity_check_tool::sign {
 
@@ -52,7 +53,7 @@ std::optional<Bytes> StripVorn2Record(Bytes file)
     return record.content;
 }
 
-} // namespace
+}  // namespace
 
 ExistingSignature::ExistingSignature(std::span<const std::uint8_t> file) : file_(file)
 {
@@ -87,4 +88,4 @@ std::span<const std::uint8_t> ExistingSignature::Strip(const Path& path) const
     return *content;
 }
 
-} // namespace integrity_check_tool::sign
+}  // namespace integrity_check_tool::sign

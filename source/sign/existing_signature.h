@@ -1,9 +1,9 @@
 #pragma once
 
-#include "types.h"
-
 #include <cstdint>
 #include <span>
+
+#include "types.h"
 
 namespace integrity_check_tool::sign {
 
@@ -29,4 +29,4 @@ private:
     Kind kind_ = Kind::None;
 };
 
-} // namespace integrity_check_tool::sign
+}  // namespace integrity_check_tool::sign

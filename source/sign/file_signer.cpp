@@ -1,13 +1,13 @@
 #include "sign/file_signer.h"
 
+#include <limits>
+#include <string_view>
+
 #include "exception.h"
 #include "sign/existing_signature.h"
 #include "sign/input_file.h"
 #include "sign/messages.h"
 #include "utils/atomic_file.h"
-
-#include <limits>
-#include <string_view>
 
 namespace integrity_check_tool::sign {
 
@@ -29,7 +29,7 @@ std::string_view AsChars(std::span<const std::uint8_t> bytes)
     return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }
 
-} // namespace
+}  // namespace
 
 FileSigner::FileSigner(const ISigner& signer) : signer_(signer) {}
 
@@ -50,4 +50,4 @@ void FileSigner::Sign(const SignOptions& options) const
     output.Commit();
 }
 
-} // namespace integrity_check_tool::sign
+}  // namespace integrity_check_tool::sign

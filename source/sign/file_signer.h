@@ -21,4 +21,4 @@ private:
     const ISigner& signer_;
 };
 
-} // namespace integrity_check_tool::sign
+}  // namespace integrity_check_tool::sign

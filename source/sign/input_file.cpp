@@ -1,10 +1,10 @@
 #include "sign/input_file.h"
 
+#include <boost/filesystem/operations.hpp>
+
 #include "exception.h"
 #include "sign/messages.h"
 #include "utils/utils.h"
-
-#include <boost/filesystem/operations.hpp>
 
 namespace integrity_check_tool::sign {
 
@@ -27,4 +27,4 @@ Blob ReadRegularFile(const Path& path, std::uint64_t limit)
     return content;
 }
 
-} // namespace integrity_check_tool::sign
+}  // namespace integrity_check_tool::sign

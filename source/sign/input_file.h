@@ -1,8 +1,8 @@
 #pragma once
 
-#include "types.h"
-
 #include <cstdint>
+
+#include "types.h"
 
 namespace integrity_check_tool::sign {
 
@@ -11,4 +11,4 @@ namespace integrity_check_tool::sign {
 /// for a file above `limit` bytes and when it can't be read.
 Blob ReadRegularFile(const Path& path, std::uint64_t limit);
 
-} // namespace integrity_check_tool::sign
+}  // namespace integrity_check_tool::sign

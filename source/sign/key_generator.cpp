@@ -1,13 +1,14 @@
 #include "sign/key_generator.h"
 
+#include <string>
+
+#include <boost/filesystem/operations.hpp>
+#include <openssl/crypto.h>
+
 #include "exception.h"
 #include "sign/messages.h"
 #include "utils/atomic_file.h"
 #include "vorn/signer.h"
-
-#include <boost/filesystem/operations.hpp>
-#include <openssl/crypto.h>
-#include <string>
 
 namespace integrity_check_tool::sign {
 
@@ -36,7 +37,7 @@ bool Exists(const Path& path)
            boost::filesystem::file_not_found;
 }
 
-} // namespace
+}  // namespace
 
 void GenerateKeyPair(const KeyOptions& options)
 {
@@ -63,4 +64,4 @@ void GenerateKeyPair(const KeyOptions& options)
     privateFile.Commit();
 }
 
-} // namespace integrity_check_tool::sign
+}  // namespace integrity_check_tool::sign

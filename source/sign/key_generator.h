@@ -10,4 +10,4 @@ namespace integrity_check_tool::sign {
 /// atomically. Throws Exception; no file is ever left half written.
 void GenerateKeyPair(const KeyOptions& options);
 
-} // namespace integrity_check_tool::sign
+}  // namespace integrity_check_tool::sign

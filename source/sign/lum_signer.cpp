@@ -1,17 +1,18 @@
 #include "sign/lum_signer.h"
 
-#include "exception.h"
-#include "sign/credentials.h"
-#include "sign/messages.h"
-#include "sign/openssl_error.h"
-
 #include <algorithm>
 #include <limits>
+#include <vector>
+
 #include <lum/format.h>
 #include <openssl/err.h>
 #include <openssl/objects.h>
 #include <openssl/x509v3.h>
-#include <vector>
+
+#include "exception.h"
+#include "sign/credentials.h"
+#include "sign/messages.h"
+#include "sign/openssl_error.h"
 
 namespace integrity_check_tool::sign {
 
@@ -29,7 +30,7 @@ bool IsCodeSigning(X509* certificate)
            (X509_get_extended_key_usage(certificate) & XKU_CODE_SIGN) != 0;
 }
 
-} // namespace
+}  // namespace
 
 LumSigner::LumSigner(const SignOptions& options)
     : key_(LoadPrivateKey(options.key)),
@@ -113,4 +114,4 @@ Blob LumSigner::Sign(std::span<const std::uint8_t> content, const std::string& f
     return signature;
 }
 
-} // namespace integrity_check_tool::sign
+}  // namespace integrity_check_tool::sign

@@ -1,10 +1,10 @@
 #pragma once
 
+#include <openssl/evp.h>
+
 #include "sign/openssl_handles.h"
 #include "sign/options.h"
 #include "sign/signer.h"
-
-#include <openssl/evp.h>
 
 namespace integrity_check_tool::sign {
 
@@ -27,4 +27,4 @@ private:
     bool withFileName_ = false;
 };
 
-} // namespace integrity_check_tool::sign
+}  // namespace integrity_check_tool::sign

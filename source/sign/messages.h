@@ -56,4 +56,4 @@ inline constexpr const char* kCrlNotFromRoot =
 inline constexpr const char* kTwoCrlsForRoot =
     "CRLs %1% and %2% are both for root %3%; give one CRL per root";
 
-} // namespace integrity_check_tool::sign::messages
+}  // namespace integrity_check_tool::sign::messages

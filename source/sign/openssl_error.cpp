@@ -18,4 +18,4 @@ std::string TakeOpenSslError()
     return text.empty() ? "unknown OpenSSL error" : text;
 }
 
-} // namespace integrity_check_tool::sign
+}  // namespace integrity_check_tool::sign

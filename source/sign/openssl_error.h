@@ -8,4 +8,4 @@ namespace integrity_check_tool::sign {
 /// "unknown OpenSSL error"); empties the queue.
 std::string TakeOpenSslError();
 
-} // namespace integrity_check_tool::sign
+}  // namespace integrity_check_tool::sign

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+
 #include <openssl/asn1.h>
 #include <openssl/bio.h>
 #include <openssl/bn.h>
@@ -24,7 +25,7 @@ inline void FreeBio(BIO* bio)
 {
     BIO_free_all(bio);
 }
-} // namespace detail
+}  // namespace detail
 
 /// Owned OpenSSL handles.
 using X509Ptr = std::unique_ptr<X509, OpenSslDeleter<X509, X509_free>>;
@@ -44,4 +45,4 @@ using X509ExtensionPtr =
 using CertificateStackPtr =
     std::unique_ptr<STACK_OF(X509), OpenSslDeleter<STACK_OF(X509), detail::FreeCertificates>>;
 
-} // namespace integrity_check_tool::sign
+}  // namespace integrity_check_tool::sign

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "manifest/enums.h"
-#include "types.h"
-
 #include <optional>
 #include <string>
 #include <vector>
+
+#include "manifest/enums.h"
+#include "types.h"
 
 namespace integrity_check_tool::sign {
 
@@ -28,7 +28,7 @@ struct SignOptions {
 struct CrlOptions {
     Path caCertificate;
     Path caKey;
-    std::vector<std::string> serials; ///< hexadecimal, as given
+    std::vector<std::string> serials;  ///< hexadecimal, as given
     int days = 30;
     Path output;
 };
@@ -44,8 +44,8 @@ struct ContainerOptions {
 struct KeyOptions {
     unsigned bits = 256;
     std::string paramSet = "A";
-    Path output;                      ///< the private key, never overwritten
-    std::optional<Path> publicOutput; ///< the public key, if wanted
+    Path output;                       ///< the private key, never overwritten
+    std::optional<Path> publicOutput;  ///< the public key, if wanted
 };
 
-} // namespace integrity_check_tool::sign
+}  // namespace integrity_check_tool::sign

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "types.h"
-
 #include <cstdint>
 #include <memory>
 #include <span>
 #include <string>
+
+#include "types.h"
 
 namespace integrity_check_tool::sign {
 
@@ -20,4 +20,4 @@ public:
 };
 using ISignerPtr = std::unique_ptr<ISigner>;
 
-} // namespace integrity_check_tool::sign
+}  // namespace integrity_check_tool::sign

@@ -18,4 +18,4 @@ ISignerPtr CreateSigner(const SignOptions& options)
     ICT_THROW("Unknown signature type");
 }
 
-} // namespace integrity_check_tool::sign
+}  // namespace integrity_check_tool::sign

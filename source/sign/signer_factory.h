@@ -9,4 +9,4 @@ namespace integrity_check_tool::sign {
 /// Exception for unusable material.
 ISignerPtr CreateSigner(const SignOptions& options);
 
-} // namespace integrity_check_tool::sign
+}  // namespace integrity_check_tool::sign

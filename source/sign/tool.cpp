@@ -1,5 +1,8 @@
 #include "sign/tool.h"
 
+#include <iostream>
+#include <string_view>
+
 #include "exception.h"
 #include "sign/arguments.h"
 #include "sign/container_builder.h"
@@ -9,9 +12,6 @@
 #include "sign/signer_factory.h"
 #include "utils/atomic_file.h"
 #include "utils/utils.h"
-
-#include <iostream>
-#include <string_view>
 
 namespace integrity_check_tool::sign {
 
@@ -48,7 +48,7 @@ void MakeContainer(const ContainerOptions& options)
                     {reinterpret_cast<const char*>(container.data()), container.size()});
 }
 
-} // namespace
+}  // namespace
 
 int RunSignTool(int argc, char** argv)
 {
@@ -84,4 +84,4 @@ int RunSignTool(int argc, char** argv)
     }
 }
 
-} // namespace integrity_check_tool::sign
+}  // namespace integrity_check_tool::sign

@@ -6,4 +6,4 @@ namespace integrity_check_tool::sign {
 /// Returns the exit status (0 or 1); nothing escapes.
 int RunSignTool(int argc, char** argv);
 
-} // namespace integrity_check_tool::sign
+}  // namespace integrity_check_tool::sign

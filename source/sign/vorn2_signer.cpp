@@ -1,10 +1,10 @@
 #include "sign/vorn2_signer.h"
 
+#include <openssl/crypto.h>
+
 #include "exception.h"
 #include "sign/credentials.h"
 #include "sign/messages.h"
-
-#include <openssl/crypto.h>
 
 namespace integrity_check_tool::sign {
 
@@ -34,7 +34,7 @@ vorn::GostPrivateKey LoadKey(const Path& path)
     }
 }
 
-} // namespace
+}  // namespace
 
 Vorn2Signer::Vorn2Signer(const SignOptions& options) : key_(LoadKey(options.key)) {}
 
@@ -43,4 +43,4 @@ Blob Vorn2Signer::Sign(std::span<const std::uint8_t> content, const std::string&
     return vorn::SignVorn2Record(content, key_);
 }
 
-} // namespace integrity_check_tool::sign
+}  // namespace integrity_check_tool::sign

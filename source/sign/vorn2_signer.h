@@ -21,4 +21,4 @@ private:
     vorn::GostPrivateKey key_;
 };
 
-} // namespace integrity_check_tool::sign
+}  // namespace integrity_check_tool::sign

@@ -48,7 +48,8 @@ void InstallSignalCleanup()
         for (const int signalNumber : {SIGINT, SIGTERM, SIGHUP}) {
             struct sigaction current {};
             // A signal the caller chose to ignore stays ignored.
-            if (::sigaction(signalNumber, nullptr, &current) == 0 && current.sa_handler == SIG_DFL) {
+            if (::sigaction(signalNumber, nullptr, &current) == 0 &&
+                current.sa_handler == SIG_DFL) {
                 struct sigaction action {};
                 action.sa_handler = RemoveTemporaryAndDie;
                 sigemptyset(&action.sa_mask);
@@ -76,11 +77,13 @@ AtomicFile::AtomicFile(Path target) : target_(std::move(target))
             if (errno == EEXIST) {
                 continue;
             }
-            ICT_THROW(kWriteFailed, target_.string(), zel::ResultMessage(zel::ResultFromErrno(errno)));
+            ICT_THROW(kWriteFailed, target_.string(),
+                      zel::ResultMessage(zel::ResultFromErrno(errno)));
         }
         ::close(fd);
         zel::IIOPtr stream;
-        const zel::Result result = zel::FileIO::Open(temporary_.string(), zel::OpenMode::CreateAlways, stream);
+        const zel::Result result =
+            zel::FileIO::Open(temporary_.string(), zel::OpenMode::CreateAlways, stream);
         if (zel::Failed(result)) {
             ::unlink(temporary_.c_str());
             ICT_THROW(kWriteFailed, target_.string(), zel::ResultMessage(result));

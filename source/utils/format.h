@@ -8,8 +8,7 @@
 namespace integrity_check_tool {
 
 /// Fills the "%1%", "%2%", ... placeholders of `format` in order.
-template <class... Args>
-std::string Format(const std::string& format, const Args&... args)
+template <class... Args> std::string Format(const std::string& format, const Args&... args)
 {
     boost::format text(format);
     text.exceptions(boost::io::no_error_bits);

@@ -1,10 +1,11 @@
 #pragma once
 
-#include "types.h"
-
 #include <atomic>
 #include <memory>
+
 #include <zel/io.h>
+
+#include "types.h"
 
 namespace integrity_check_tool {
 
@@ -37,4 +38,4 @@ template <class T> std::shared_ptr<const T> SharedInstance()
     return created;
 }
 
-} // namespace integrity_check_tool
+}  // namespace integrity_check_tool

@@ -22,4 +22,4 @@ zel::Result ReadForHashing(zel::IIO& io,
     }
 }
 
-} // namespace integrity_check_tool
+}  // namespace integrity_check_tool

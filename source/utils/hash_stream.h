@@ -1,10 +1,11 @@
 #pragma once
 
-#include <boost/exception/info.hpp>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <span>
+
+#include <boost/exception/info.hpp>
 #include <zel/io.h>
 
 namespace integrity_check_tool {
@@ -23,4 +24,4 @@ using StreamResult = boost::error_info<struct tag_stream_result, zel::Result>;
 zel::Result ReadForHashing(zel::IIO& io,
                            const std::function<void(std::span<const std::uint8_t>)>& consume);
 
-} // namespace integrity_check_tool
+}  // namespace integrity_check_tool

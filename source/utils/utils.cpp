@@ -4,7 +4,6 @@
 #include <stdexcept>
 
 #include <boost/filesystem/path.hpp>
-
 #include <zel/available_memory.h>
 #include <zel/exception.h>
 #include <zel/file_io.h>
@@ -13,9 +12,15 @@
 
 namespace integrity_check_tool {
 
-std::string VersionLine() { return Format("Version %1%", kProgramVersion); }
+std::string VersionLine()
+{
+    return Format("Version %1%", kProgramVersion);
+}
 
-std::string SchemaLine() { return Format("Schema version: %1%", kSchemaVersion); }
+std::string SchemaLine()
+{
+    return Format("Schema version: %1%", kSchemaVersion);
+}
 
 void SetUpGlobalLocale()
 {

@@ -1,18 +1,19 @@
 #include "vorn/gost2012.h"
 
+#include <algorithm>
+#include <atomic>
+#include <new>
+#include <optional>
+
+#include <zel/available_memory.h>
+#include <zel/file_io.h>
+
 #include "utils/hash_stream.h"
 #include "vorn/gost3410.h"
 #include "vorn/gost_curve.h"
 #include "vorn/gost_key_set.h"
 #include "vorn/vorn2_record.h"
 #include "vorn/vorn_exception.h"
-
-#include <algorithm>
-#include <atomic>
-#include <optional>
-#include <new>
-#include <zel/available_memory.h>
-#include <zel/file_io.h>
 
 namespace integrity_check_tool::vorn {
 namespace {
@@ -56,8 +57,8 @@ std::optional<StreamedDigest> PeekRecord(zel::IIO& io, std::uint64_t size)
     if (ParseVorn2Record(std::span(tail, got), record) != kSuccess) {
         return std::nullopt;
     }
-    return StreamedDigest{record.version,
-                          static_cast<std::size_t>(size - tailSize) + record.content.size(), {}};
+    return StreamedDigest{
+        record.version, static_cast<std::size_t>(size - tailSize) + record.content.size(), {}};
 }
 
 // The whole file, read once: the bytes verified are the bytes handed back,
@@ -81,7 +82,7 @@ Blob ReadSignedFile(const Path& file, std::optional<StreamedDigest>& digest)
         std::optional<Streebog> hash;
         if (digest) {
             hash.emplace(digest->version == kVorn2Version256 ? StreebogSize::Bits256
-                                                            : StreebogSize::Bits512);
+                                                             : StreebogSize::Bits512);
         }
         Blob data;
         data.reserve(static_cast<std::size_t>(size));
@@ -95,9 +96,11 @@ Blob ReadSignedFile(const Path& file, std::optional<StreamedDigest>& digest)
                 break;
             }
             if (hash && data.size() < digest->contentSize) {
-                hash->Update(std::span(chunk).first(std::min(got, digest->contentSize - data.size())));
+                hash->Update(
+                    std::span(chunk).first(std::min(got, digest->contentSize - data.size())));
             }
-            data.insert(data.end(), chunk.begin(), chunk.begin() + static_cast<std::ptrdiff_t>(got));
+            data.insert(data.end(), chunk.begin(),
+                        chunk.begin() + static_cast<std::ptrdiff_t>(got));
         }
         if (hash) {
             digest->value = hash->Finish();
@@ -127,15 +130,15 @@ std::size_t VerifyBytes(std::span<const std::uint8_t> file, const GostKeySet& ke
     }
     const bool usable = streamed && streamed->version == record.version &&
                         streamed->contentSize == record.content.size() && !streamed->value.empty();
-    const Blob digest = usable ? streamed->value
-                               : Streebog::Digest(key->Curve().DigestSize(), record.content);
+    const Blob digest =
+        usable ? streamed->value : Streebog::Digest(key->Curve().DigestSize(), record.content);
     if (!Gost3410::Verify(key->Curve(), key->Point(), digest, record.signature)) {
         VORN_THROW("Invalid signature", kInvalidSignature);
     }
     return record.content.size();
 }
 
-} // namespace
+}  // namespace
 
 // The parameter list: the parameter sets every verification looks keys up in.
 struct Gost2012::Impl {
@@ -211,8 +214,7 @@ void Gost2012::VerifySignature(const Path& file, const GostKeySet& keys, bool em
     Trace(kTraceLevel, "Gost2012 signature of file %1% is OK", file.string());
 }
 
-std::size_t Gost2012::VerifySignedBytes(std::span<const std::uint8_t> file,
-                                        const GostKeySet& keys)
+std::size_t Gost2012::VerifySignedBytes(std::span<const std::uint8_t> file, const GostKeySet& keys)
 {
     return VerifyBytes(file, keys, std::nullopt);
 }
@@ -230,4 +232,4 @@ std::shared_ptr<const Gost2012> GetGost2012(const zel::ITracerPtr& tracer)
     return created;
 }
 
-} // namespace integrity_check_tool::vorn
+}  // namespace integrity_check_tool::vorn

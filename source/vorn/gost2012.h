@@ -1,12 +1,13 @@
 #pragma once
 
-#include "utils/hash.h"
-#include "vorn/streebog.h"
-
 #include <cstdint>
 #include <memory>
 #include <span>
+
 #include <zel/tracer.h>
+
+#include "utils/hash.h"
+#include "vorn/streebog.h"
 
 namespace integrity_check_tool::vorn {
 
@@ -63,4 +64,4 @@ private:
 /// tracing to `tracer`; converts to IHashPtr.
 std::shared_ptr<const Gost2012> GetGost2012(const zel::ITracerPtr& tracer = {});
 
-} // namespace integrity_check_tool::vorn
+}  // namespace integrity_check_tool::vorn

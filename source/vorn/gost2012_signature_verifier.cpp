@@ -18,4 +18,4 @@ void Gost2012SignatureVerifier::Verify(const Path& file, Blob& content) const
     gost_->VerifySignature(file, keys_, true, content);
 }
 
-} // namespace integrity_check_tool::vorn
+}  // namespace integrity_check_tool::vorn

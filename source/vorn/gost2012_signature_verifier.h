@@ -1,11 +1,12 @@
 #pragma once
 
+#include <memory>
+
+#include <zel/tracer.h>
+
 #include "action/signature_verifier.h"
 #include "vorn/gost2012.h"
 #include "vorn/gost_key_set.h"
-
-#include <memory>
-#include <zel/tracer.h>
 
 namespace integrity_check_tool::vorn {
 
@@ -29,4 +30,4 @@ private:
     GostKeySet keys_;
 };
 
-} // namespace integrity_check_tool::vorn
+}  // namespace integrity_check_tool::vorn

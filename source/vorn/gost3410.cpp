@@ -1,11 +1,12 @@
 #include "vorn/gost3410.h"
 
-#include "vorn/vorn_exception.h"
-
 #include <algorithm>
+#include <vector>
+
 #include <openssl/crypto.h>
 #include <openssl/rand.h>
-#include <vector>
+
+#include "vorn/vorn_exception.h"
 
 namespace integrity_check_tool::vorn {
 namespace {
@@ -28,7 +29,7 @@ bool InRange(const BIGNUM& value, const BIGNUM& order)
     return !BN_is_zero(&value) && !BN_is_negative(&value) && BN_cmp(&value, &order) < 0;
 }
 
-} // namespace
+}  // namespace
 
 BignumPtr Gost3410::DigestToE(const GostCurve& curve, std::span<const std::uint8_t> digest)
 {
@@ -178,4 +179,4 @@ EcPointPtr Gost3410::PublicPoint(const GostCurve& curve, const BIGNUM& privateKe
     return point;
 }
 
-} // namespace integrity_check_tool::vorn
+}  // namespace integrity_check_tool::vorn

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "types.h"
-#include "vorn/gost_curve.h"
-
 #include <cstdint>
 #include <optional>
 #include <span>
+
+#include "types.h"
+#include "vorn/gost_curve.h"
 
 namespace integrity_check_tool::vorn {
 
@@ -43,4 +43,4 @@ public:
     static EcPointPtr PublicPoint(const GostCurve& curve, const BIGNUM& privateKey);
 };
 
-} // namespace integrity_check_tool::vorn
+}  // namespace integrity_check_tool::vorn

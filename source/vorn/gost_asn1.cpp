@@ -1,14 +1,15 @@
 #include "vorn/gost_asn1.h"
 
-#include "vorn/vorn_exception.h"
-
 #include <climits>
 #include <memory>
+
 #include <openssl/asn1.h>
 #include <openssl/bio.h>
 #include <openssl/err.h>
 #include <openssl/objects.h>
 #include <openssl/pem.h>
+
+#include "vorn/vorn_exception.h"
 
 namespace integrity_check_tool::vorn {
 namespace {
@@ -26,7 +27,7 @@ void FreeOpenSsl(void* data) noexcept
 }
 using OpenSslBytes = std::unique_ptr<void, OpenSslDeleter<void, FreeOpenSsl>>;
 
-} // namespace
+}  // namespace
 
 std::optional<Asn1Sequence> Asn1Sequence::Parse(std::span<const std::uint8_t> der,
                                                 std::size_t& consumed)
@@ -105,7 +106,7 @@ int Asn1Sequence::UnusedBits(int index) const noexcept
     }
     const ASN1_STRING* value = sk_ASN1_TYPE_value(AsStack(stack_), index)->value.asn1_string;
     return (value->flags & ASN1_STRING_FLAG_BITS_LEFT) != 0 ? static_cast<int>(value->flags & 0x07)
-                                                           : 0;
+                                                            : 0;
 }
 
 std::optional<GostAlgorithm> ParseGostAlgorithm(std::span<const std::uint8_t> der)
@@ -237,4 +238,4 @@ std::optional<Blob> FromPem(std::string_view label, std::string_view pem)
     }
 }
 
-} // namespace integrity_check_tool::vorn
+}  // namespace integrity_check_tool::vorn

@@ -1,14 +1,14 @@
 #pragma once
 
-#include "types.h"
-#include "vorn/gost_curve.h"
-
 #include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <span>
 #include <string>
 #include <string_view>
+
+#include "types.h"
+#include "vorn/gost_curve.h"
 
 namespace integrity_check_tool::vorn {
 
@@ -51,7 +51,7 @@ public:
 
 private:
     explicit Asn1Sequence(void* stack) noexcept : stack_(stack) {}
-    void* stack_; // STACK_OF(ASN1_TYPE)
+    void* stack_;  // STACK_OF(ASN1_TYPE)
 };
 
 /// Parses the DER of an AlgorithmIdentifier of a GOST R 34.10-2012 key;
@@ -74,4 +74,4 @@ Blob DerOid(std::string_view dotted);
 std::string ToPem(std::string_view label, std::span<const std::uint8_t> der);
 std::optional<Blob> FromPem(std::string_view label, std::string_view pem);
 
-} // namespace integrity_check_tool::vorn
+}  // namespace integrity_check_tool::vorn

@@ -1,8 +1,8 @@
 #include "vorn/gost_curve.h"
 
-#include "vorn/vorn_exception.h"
-
 #include <algorithm>
+
+#include "vorn/vorn_exception.h"
 
 namespace integrity_check_tool::vorn {
 namespace {
@@ -127,7 +127,7 @@ const std::vector<GostCurve::Definition>& Definitions()
     return definitions;
 }
 
-} // namespace
+}  // namespace
 
 GostCurve::GostCurve(const Definition& definition)
     : name_(definition.name), oid_(definition.oid), aliases_(definition.aliases),
@@ -190,4 +190,4 @@ const GostCurve* FindGostCurve(std::string_view oid, unsigned keyBits)
     return nullptr;
 }
 
-} // namespace integrity_check_tool::vorn
+}  // namespace integrity_check_tool::vorn

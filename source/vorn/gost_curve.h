@@ -1,12 +1,12 @@
 #pragma once
 
-#include "vorn/openssl_handles.h"
-#include "vorn/streebog.h"
-
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
 #include <vector>
+
+#include "vorn/openssl_handles.h"
+#include "vorn/streebog.h"
 
 namespace integrity_check_tool::vorn {
 
@@ -20,7 +20,7 @@ public:
         const char* name;
         const char* oid;
         std::vector<const char*> aliases;
-        unsigned keyBits; ///< 256 or 512: key, digest and signature width
+        unsigned keyBits;  ///< 256 or 512: key, digest and signature width
         const char* p;
         const char* a;
         const char* b;
@@ -65,4 +65,4 @@ const std::vector<GostCurve>& GostCurves();
 /// The parameter set named by `oid` with keys of `keyBits` bits, or null.
 const GostCurve* FindGostCurve(std::string_view oid, unsigned keyBits);
 
-} // namespace integrity_check_tool::vorn
+}  // namespace integrity_check_tool::vorn

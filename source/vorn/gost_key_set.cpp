@@ -1,12 +1,12 @@
 #include "vorn/gost_key_set.h"
 
-#include "vorn/gost_asn1.h"
-#include "vorn/vorn2_record.h"
-#include "vorn/vorn_exception.h"
-
 #include <algorithm>
 #include <optional>
 #include <string_view>
+
+#include "vorn/gost_asn1.h"
+#include "vorn/vorn2_record.h"
+#include "vorn/vorn_exception.h"
 
 namespace integrity_check_tool::vorn {
 
@@ -38,11 +38,11 @@ std::vector<GostPublicKey> ParseBlob(std::span<const std::uint8_t> blob, unsigne
 const GostPublicKey* FindIn(const std::vector<GostPublicKey>& keys, const GostKeyId& id) noexcept
 {
     const auto found = std::find_if(keys.begin(), keys.end(),
-                                     [&id](const GostPublicKey& key) { return key.Id() == id; });
+                                    [&id](const GostPublicKey& key) { return key.Id() == id; });
     return found == keys.end() ? nullptr : &*found;
 }
 
-} // namespace
+}  // namespace
 
 GostKeySet::GostKeySet(std::span<const std::uint8_t> keys256, std::span<const std::uint8_t> keys512)
     : keys256_(ParseBlob(keys256, 256)), keys512_(ParseBlob(keys512, 512))
@@ -52,9 +52,12 @@ GostKeySet::GostKeySet(std::span<const std::uint8_t> keys256, std::span<const st
 const GostPublicKey* GostKeySet::Find(std::uint8_t version, const GostKeyId& id) const noexcept
 {
     switch (version) {
-    case kVorn2Version256: return FindIn(keys256_, id);
-    case kVorn2Version512: return FindIn(keys512_, id);
-    default: return nullptr;
+    case kVorn2Version256:
+        return FindIn(keys256_, id);
+    case kVorn2Version512:
+        return FindIn(keys512_, id);
+    default:
+        return nullptr;
     }
 }
 
@@ -84,4 +87,4 @@ GostKeyBlobs CompiledInGostKeys(bool regular)
     return MakeGostKeyBlobs(regular ? RegularGostKeyFiles() : AlternativeGostKeyFiles());
 }
 
-} // namespace integrity_check_tool::vorn
+}  // namespace integrity_check_tool::vorn

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "types.h"
-#include "vorn/gost_public_key.h"
-
 #include <cstdint>
 #include <span>
 #include <vector>
+
+#include "types.h"
+#include "vorn/gost_public_key.h"
 
 namespace integrity_check_tool::vorn {
 
@@ -44,4 +44,4 @@ GostKeyBlobs CompiledInGostKeys(bool regular);
 /// run time); throws like CompiledInGostKeys.
 GostKeyBlobs MakeGostKeyBlobs(const std::vector<std::span<const std::uint8_t>>& files);
 
-} // namespace integrity_check_tool::vorn
+}  // namespace integrity_check_tool::vorn

@@ -1,12 +1,13 @@
 #include "vorn/gost_public_key.h"
 
+#include <algorithm>
+
+#include <openssl/asn1.h>
+#include <openssl/err.h>
+
 #include "vorn/gost_asn1.h"
 #include "vorn/streebog.h"
 #include "vorn/vorn_exception.h"
-
-#include <algorithm>
-#include <openssl/asn1.h>
-#include <openssl/err.h>
 
 namespace integrity_check_tool::vorn {
 namespace {
@@ -60,7 +61,7 @@ Blob CoordinatesOf(const GostCurve& curve, const EC_POINT& point)
     return coordinates;
 }
 
-} // namespace
+}  // namespace
 
 Result GostPublicKey::Parse(std::span<const std::uint8_t>& der, std::optional<GostPublicKey>& key)
 {
@@ -81,7 +82,8 @@ Result GostPublicKey::Parse(std::span<const std::uint8_t>& der, std::optional<Go
     const std::span<const std::uint8_t> bits = spki->Bytes(1);
     const unsigned char* cursor = bits.data();
     ASN1_OCTET_STRING* octets =
-        bits.empty() ? nullptr : d2i_ASN1_OCTET_STRING(nullptr, &cursor, static_cast<long>(bits.size()));
+        bits.empty() ? nullptr
+                     : d2i_ASN1_OCTET_STRING(nullptr, &cursor, static_cast<long>(bits.size()));
     if (octets == nullptr) {
         ERR_clear_error();
         return kInvalidParameters;
@@ -118,7 +120,7 @@ GostPublicKey::GostPublicKey(const GostCurve& curve, std::string parameterSetOid
 Blob GostPublicKey::ToDer() const
 {
     Blob content = EncodeGostAlgorithm(*curve_, parameterSetOid_);
-    Blob bits{0x00}; // no unused bits
+    Blob bits{0x00};  // no unused bits
     const Blob octets = DerElement(V_ASN1_OCTET_STRING, coordinates_);
     bits.insert(bits.end(), octets.begin(), octets.end());
     const Blob bitString = DerElement(V_ASN1_BIT_STRING, bits);
@@ -131,4 +133,4 @@ std::string GostPublicKey::ToPem() const
     return vorn::ToPem("PUBLIC KEY", ToDer());
 }
 
-} // namespace integrity_check_tool::vorn
+}  // namespace integrity_check_tool::vorn

@@ -1,15 +1,15 @@
 #pragma once
 
-#include "types.h"
-#include "vorn/gost_curve.h"
-#include "vorn/result.h"
-#include "vorn/openssl_handles.h"
-
 #include <array>
 #include <cstdint>
 #include <optional>
 #include <span>
 #include <string>
+
+#include "types.h"
+#include "vorn/gost_curve.h"
+#include "vorn/openssl_handles.h"
+#include "vorn/result.h"
 
 namespace integrity_check_tool::vorn {
 
@@ -53,4 +53,4 @@ private:
     GostKeyId id_{};
 };
 
-} // namespace integrity_check_tool::vorn
+}  // namespace integrity_check_tool::vorn

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+
 #include <openssl/asn1.h>
 #include <openssl/bn.h>
 #include <openssl/ec.h>
@@ -18,4 +19,4 @@ using EcGroupPtr = std::unique_ptr<EC_GROUP, OpenSslDeleter<EC_GROUP, EC_GROUP_f
 using EcPointPtr = std::unique_ptr<EC_POINT, OpenSslDeleter<EC_POINT, EC_POINT_clear_free>>;
 using Asn1ObjectPtr = std::unique_ptr<ASN1_OBJECT, OpenSslDeleter<ASN1_OBJECT, ASN1_OBJECT_free>>;
 
-} // namespace integrity_check_tool::vorn
+}  // namespace integrity_check_tool::vorn

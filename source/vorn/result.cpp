@@ -62,7 +62,7 @@ constexpr ResultText kMessages[] = {
     {kUnknownGostVersion, "Unknown Gost version"},
 };
 
-} // namespace
+}  // namespace
 
 const char* ResultMessage(Result code) noexcept
 {
@@ -72,4 +72,4 @@ const char* ResultMessage(Result code) noexcept
     return found != std::end(kMessages) ? found->message : "The unknown internal error occurred";
 }
 
-} // namespace integrity_check_tool::vorn
+}  // namespace integrity_check_tool::vorn

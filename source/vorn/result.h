@@ -27,4 +27,4 @@ inline constexpr Result kUnknownGostVersion = 0xC93BC471;
 /// code outside the table.
 const char* ResultMessage(Result code) noexcept;
 
-} // namespace integrity_check_tool::vorn
+}  // namespace integrity_check_tool::vorn

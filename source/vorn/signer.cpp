@@ -1,14 +1,14 @@
 #include "vorn/signer.h"
 
+#include <openssl/asn1.h>
+#include <openssl/crypto.h>
+#include <openssl/err.h>
+
 #include "exception.h"
 #include "vorn/gost3410.h"
 #include "vorn/gost_asn1.h"
 #include "vorn/vorn2_record.h"
 #include "vorn/vorn_exception.h"
-
-#include <openssl/asn1.h>
-#include <openssl/crypto.h>
-#include <openssl/err.h>
 
 namespace integrity_check_tool::vorn {
 namespace {
@@ -56,8 +56,7 @@ BignumPtr SecretOf(const GostCurve& curve, std::span<const std::uint8_t> field)
     }
     if (!field.empty() && field[0] == V_ASN1_INTEGER) {
         const unsigned char* cursor = field.data();
-        ASN1_INTEGER* integer =
-            d2i_ASN1_INTEGER(nullptr, &cursor, static_cast<long>(field.size()));
+        ASN1_INTEGER* integer = d2i_ASN1_INTEGER(nullptr, &cursor, static_cast<long>(field.size()));
         if (integer == nullptr) {
             ERR_clear_error();
             return nullptr;
@@ -75,7 +74,7 @@ BignumPtr ConstantTime(BignumPtr secret)
     return secret;
 }
 
-} // namespace
+}  // namespace
 
 GostPrivateKey::GostPrivateKey(const GostCurve& curve, std::string parameterSetOid, BignumPtr d)
     : d_(ConstantTime(std::move(d))),
@@ -136,8 +135,7 @@ std::string GostPrivateKeyToPem(const GostPrivateKey& key)
     }
     const SecretBytes field(std::move(secret));
     Blob content{V_ASN1_INTEGER, 0x01, 0x00};
-    const Blob algorithm =
-        EncodeGostAlgorithm(curve, key.PublicKey().ParameterSetOid());
+    const Blob algorithm = EncodeGostAlgorithm(curve, key.PublicKey().ParameterSetOid());
     content.insert(content.end(), algorithm.begin(), algorithm.end());
     const SecretBytes octets(DerElement(V_ASN1_OCTET_STRING, field.Get()));
     content.insert(content.end(), octets.Get().begin(), octets.Get().end());
@@ -179,4 +177,4 @@ bool StripVorn2Signature(Blob& file)
     return true;
 }
 
-} // namespace integrity_check_tool::vorn
+}  // namespace integrity_check_tool::vorn

@@ -1,14 +1,14 @@
 #pragma once
 
-#include "types.h"
-#include "vorn/gost_curve.h"
-#include "vorn/gost_public_key.h"
-#include "vorn/openssl_handles.h"
-
 #include <cstdint>
 #include <span>
 #include <string>
 #include <string_view>
+
+#include "types.h"
+#include "vorn/gost_curve.h"
+#include "vorn/gost_public_key.h"
+#include "vorn/openssl_handles.h"
 
 namespace integrity_check_tool::vorn {
 
@@ -56,4 +56,4 @@ bool HasVorn2Signature(std::span<const std::uint8_t> file) noexcept;
 /// vorn::Exception when the trailer is there but the record is malformed.
 bool StripVorn2Signature(Blob& file);
 
-} // namespace integrity_check_tool::vorn
+}  // namespace integrity_check_tool::vorn

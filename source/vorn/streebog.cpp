@@ -1,10 +1,10 @@
 #include "vorn/streebog.h"
 
-#include "vorn/streebog_core.h"
-
 #include <algorithm>
 #include <bit>
 #include <cstring>
+
+#include "vorn/streebog_core.h"
 
 // GOST R 34.11-2012. The standard writes 512-bit vectors as numbers with the
 // most significant byte first; a message in memory is that number's bytes
@@ -117,7 +117,7 @@ inline void Add(Block& a, std::uint64_t small)
     }
 }
 
-} // namespace
+}  // namespace
 
 void CompressPortable(Block& h, const Block& m, const Block& n)
 {
@@ -141,7 +141,7 @@ CompressFunction VectorCompress()
 }
 #endif
 
-} // namespace streebog
+}  // namespace streebog
 
 using streebog::Add;
 using streebog::LoadBlock;
@@ -228,4 +228,4 @@ Blob Streebog::Digest(StreebogSize size, std::span<const std::uint8_t> data)
     return hash.Finish();
 }
 
-} // namespace integrity_check_tool::vorn
+}  // namespace integrity_check_tool::vorn

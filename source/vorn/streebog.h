@@ -1,11 +1,11 @@
 #pragma once
 
-#include "types.h"
-
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <span>
+
+#include "types.h"
 
 namespace integrity_check_tool::vorn {
 
@@ -42,4 +42,4 @@ private:
     std::size_t pendingSize_ = 0;
 };
 
-} // namespace integrity_check_tool::vorn
+}  // namespace integrity_check_tool::vorn

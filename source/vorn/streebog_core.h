@@ -115,4 +115,4 @@ void CompressPortable(Block& h, const Block& m, const Block& n);
 /// runs it, otherwise nullptr.
 CompressFunction VectorCompress();
 
-} // namespace integrity_check_tool::vorn::streebog
+}  // namespace integrity_check_tool::vorn::streebog

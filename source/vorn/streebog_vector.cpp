@@ -103,7 +103,7 @@ ICT_VECTOR_TARGET void CompressVector(Block& h, const Block& m, const Block& n)
     _mm512_storeu_si512(h.data(), _mm512_xor_si512(hv, _mm512_xor_si512(state, mv)));
 }
 
-} // namespace
+}  // namespace
 
 CompressFunction VectorCompress()
 {
@@ -114,6 +114,6 @@ CompressFunction VectorCompress()
     return supported ? CompressVector : nullptr;
 }
 
-} // namespace integrity_check_tool::vorn::streebog
+}  // namespace integrity_check_tool::vorn::streebog
 
 #endif

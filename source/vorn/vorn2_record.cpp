@@ -1,8 +1,8 @@
 #include "vorn/vorn2_record.h"
 
-#include "vorn/vorn_exception.h"
-
 #include <algorithm>
+
+#include "vorn/vorn_exception.h"
 
 namespace integrity_check_tool::vorn {
 namespace {
@@ -12,13 +12,16 @@ constexpr std::size_t kVersionSize = 1;
 std::size_t WidthOf(std::uint8_t version) noexcept
 {
     switch (version) {
-    case kVorn2Version256: return 32;
-    case kVorn2Version512: return 64;
-    default: return 0;
+    case kVorn2Version256:
+        return 32;
+    case kVorn2Version512:
+        return 64;
+    default:
+        return 0;
     }
 }
 
-} // namespace
+}  // namespace
 
 std::size_t Vorn2RecordSize(std::uint8_t version) noexcept
 {
@@ -38,10 +41,9 @@ Result ParseVorn2Record(std::span<const std::uint8_t> file, Vorn2Record& record)
         return kIncompleteSignature;
     }
     const std::uint8_t* field = file.data() + available - kVorn2LengthSize;
-    const std::uint32_t length = static_cast<std::uint32_t>(field[0]) << 24 |
-                                 static_cast<std::uint32_t>(field[1]) << 16 |
-                                 static_cast<std::uint32_t>(field[2]) << 8 |
-                                 static_cast<std::uint32_t>(field[3]);
+    const std::uint32_t length =
+        static_cast<std::uint32_t>(field[0]) << 24 | static_cast<std::uint32_t>(field[1]) << 16 |
+        static_cast<std::uint32_t>(field[2]) << 8 | static_cast<std::uint32_t>(field[3]);
     if (length < kVersionSize + kVorn2LengthSize || length > available) {
         return kIncompleteSignature;
     }
@@ -57,16 +59,15 @@ Result ParseVorn2Record(std::span<const std::uint8_t> file, Vorn2Record& record)
     record.version = version;
     std::copy_n(file.begin() + static_cast<std::ptrdiff_t>(start + kVersionSize),
                 record.keyId.size(), record.keyId.begin());
-    record.signature = file.subspan(start + kVersionSize + record.keyId.size(),
-                                    2 * WidthOf(version));
+    record.signature =
+        file.subspan(start + kVersionSize + record.keyId.size(), 2 * WidthOf(version));
     record.content = file.first(start);
     return kSuccess;
 }
 
 Blob BuildVorn2Record(const GostPublicKey& key, std::span<const std::uint8_t> signature)
 {
-    const std::uint8_t version =
-        key.Curve().KeyBits() == 256 ? kVorn2Version256 : kVorn2Version512;
+    const std::uint8_t version = key.Curve().KeyBits() == 256 ? kVorn2Version256 : kVorn2Version512;
     const std::size_t size = Vorn2RecordSize(version);
     if (signature.size() != 2 * WidthOf(version)) {
         VORN_THROW("Can't sign object", kInvalidParameters);
@@ -83,4 +84,4 @@ Blob BuildVorn2Record(const GostPublicKey& key, std::span<const std::uint8_t> si
     return bytes;
 }
 
-} // namespace integrity_check_tool::vorn
+}  // namespace integrity_check_tool::vorn

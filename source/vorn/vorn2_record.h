@@ -1,13 +1,13 @@
 #pragma once
 
-#include "types.h"
-#include "vorn/gost_public_key.h"
-#include "vorn/result.h"
-
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <span>
+
+#include "types.h"
+#include "vorn/gost_public_key.h"
+#include "vorn/result.h"
 
 namespace integrity_check_tool::vorn {
 
@@ -53,4 +53,4 @@ Result ParseVorn2Record(std::span<const std::uint8_t> file, Vorn2Record& record)
 /// the key.
 Blob BuildVorn2Record(const GostPublicKey& key, std::span<const std::uint8_t> signature);
 
-} // namespace integrity_check_tool::vorn
+}  // namespace integrity_check_tool::vorn

@@ -8,4 +8,4 @@ Exception::Exception(const std::string& step, Result code)
 {
 }
 
-} // namespace integrity_check_tool::vorn
+}  // namespace integrity_check_tool::vorn

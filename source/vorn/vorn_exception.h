@@ -1,9 +1,9 @@
 #pragma once
 
+#include <string>
+
 #include "exception.h"
 #include "vorn/result.h"
-
-#include <string>
 
 namespace integrity_check_tool::vorn {
 
@@ -21,7 +21,7 @@ private:
     Result code_;
 };
 
-} // namespace integrity_check_tool::vorn
+}  // namespace integrity_check_tool::vorn
 
 /// Throws vorn::Exception for `step` and `code` with the throw location.
 #define VORN_THROW(step, code)                                                                     \

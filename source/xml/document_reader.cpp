@@ -1,12 +1,13 @@
 #include "xml/document_reader.h"
 
+#include <tinyxml.h>
+
 #include <algorithm>
 #include <array>
 #include <cctype>
 #include <memory>
 
 #include <boost/exception/get_error_info.hpp>
-#include <tinyxml.h>
 
 #include "exception.h"
 #include "manifest/manifest.h"
@@ -21,8 +22,7 @@ using Element = TiXmlElement;
 
 /// Calls `read` and attaches the element's position to an Exception that
 /// carries none yet.
-template <class Read>
-auto AtElement(const Element& element, Read read)
+template <class Read> auto AtElement(const Element& element, Read read)
 {
     try {
         return read();
@@ -34,8 +34,7 @@ auto AtElement(const Element& element, Read read)
     }
 }
 
-template <class Visit>
-void ForEachChild(const Element& parent, const char* name, Visit visit)
+template <class Visit> void ForEachChild(const Element& parent, const char* name, Visit visit)
 {
     for (const Element* child = parent.FirstChildElement(name); child != nullptr;
          child = child->NextSiblingElement(name)) {
@@ -63,8 +62,7 @@ std::string_view AttrView(const Element& element, std::string_view name)
     return value == nullptr ? std::string_view() : std::string_view(*value);
 }
 
-template <class T>
-void LoadEnum(const Element& element, const char* name, std::optional<T>& field)
+template <class T> void LoadEnum(const Element& element, const char* name, std::optional<T>& field)
 {
     const std::string_view text = AttrView(element, name);
     if (!text.empty()) {
@@ -268,8 +266,8 @@ void LoadLegacy(const Element& element, const char* name,
 void LoadLegacyConditions(const Element& element, Applicability& entry)
 {
     // The old bitness attribute is deliberately an architecture condition.
-    static const std::pair<const char*, std::optional<Arch>> kBitness[] = {
-        {"64", Arch::X86_64}, {"32", Arch::X86}};
+    static const std::pair<const char*, std::optional<Arch>> kBitness[] = {{"64", Arch::X86_64},
+                                                                           {"32", Arch::X86}};
     static const std::pair<const char*, std::optional<Os>> kOs[] = {{"linux", Os::Linux},
                                                                     {"windows", Os::Windows}};
     static const std::pair<const char*, std::optional<OsEdition>> kEdition[] = {
@@ -313,7 +311,8 @@ void ReadLegacy(const Element& root, Manifest& manifest)
                 File::ThrowAttrInvalidValue(hash, "algorithm", algorithm);
             }
             std::string value = Text(hash);
-            std::erase_if(value, [](char c) { return std::isspace(static_cast<unsigned char>(c)); });
+            std::erase_if(value,
+                          [](char c) { return std::isspace(static_cast<unsigned char>(c)); });
             check->value = Base64Decode(value);
             file.checks.push_back(std::move(check));
         });

@@ -1,10 +1,11 @@
 #include "xml/file.h"
 
+#include <tinyxml.h>
+
 #include <charconv>
 #include <limits>
 #include <vector>
 
-#include <tinyxml.h>
 #include <zel/available_memory.h>
 #include <zel/exception.h>
 #include <zel/file_io.h>
@@ -37,15 +38,16 @@ std::vector<char> ReadAll(zel::IIO& stream, std::size_t& size)
     }
     // Refuse up front what the machine cannot hold, rather than be killed
     // by the kernel half-way through the parse.
-    if (expected > UINT64_MAX / kMemoryPerTextByte || !zel::FitsInMemory(expected * kMemoryPerTextByte)) {
+    if (expected > UINT64_MAX / kMemoryPerTextByte ||
+        !zel::FitsInMemory(expected * kMemoryPerTextByte)) {
         ZEL_CHECK(zel::kOutOfMemory);
     }
     std::vector<char> buffer(static_cast<std::size_t>(expected) + kNestingPadding);
     size = 0;
     while (size < expected) {
         std::size_t count = 0;
-        ZEL_CHECK(stream.Read(buffer.data() + size, static_cast<std::size_t>(expected) - size,
-                              &count));
+        ZEL_CHECK(
+            stream.Read(buffer.data() + size, static_cast<std::size_t>(expected) - size, &count));
         if (count == 0) {
             break;
         }
@@ -55,8 +57,7 @@ std::vector<char> ReadAll(zel::IIO& stream, std::size_t& size)
 }
 
 /// Parses hexadecimal after "0x"/"0X", else decimal; `negative` allows a leading "-".
-template <class T>
-bool ParseNumber(const std::string& text, bool allowSign, T& value)
+template <class T> bool ParseNumber(const std::string& text, bool allowSign, T& value)
 {
     const char* p = text.c_str();
     const char* end = p + text.size();
@@ -112,7 +113,10 @@ void File::Read(zel::IIO& stream, Manifest& manifest)
     ReadDocument(document, manifest);
 }
 
-std::string File::Print(const Manifest& manifest) { return PrintDocument(manifest); }
+std::string File::Print(const Manifest& manifest)
+{
+    return PrintDocument(manifest);
+}
 
 void File::Write(const Manifest& manifest, zel::IIO& stream)
 {
@@ -128,7 +132,10 @@ void File::Write(const Manifest& manifest, zel::IIO& stream)
     }
 }
 
-void File::LoadFromStream(zel::IIO& stream, Manifest& manifest) { Read(stream, manifest); }
+void File::LoadFromStream(zel::IIO& stream, Manifest& manifest)
+{
+    Read(stream, manifest);
+}
 
 void File::LoadFromFile(const Path& path, Manifest& manifest)
 {
@@ -184,7 +191,10 @@ std::int32_t File::ReadSignedNumber(const std::string& text)
     return value;
 }
 
-void File::ThrowNodeAbsent(const std::string& name) { ICT_THROW("XML node %1% is absent", name); }
+void File::ThrowNodeAbsent(const std::string& name)
+{
+    ICT_THROW("XML node %1% is absent", name);
+}
 
 void File::ThrowAttrInvalidValue(const TiXmlElement& element, const char* name,
                                  const std::string& value)

@@ -115,8 +115,9 @@ private:
         if (mode_ == Mode::Utf8) {
             while (*p != 0) {
                 const auto* bytes = reinterpret_cast<const unsigned char*>(p);
-                if (bytes[0] == 0xEF && ((bytes[1] == 0xBB && bytes[2] == 0xBF) ||
-                                         (bytes[1] == 0xBF && (bytes[2] == 0xBE || bytes[2] == 0xBF)))) {
+                if (bytes[0] == 0xEF &&
+                    ((bytes[1] == 0xBB && bytes[2] == 0xBF) ||
+                     (bytes[1] == 0xBF && (bytes[2] == 0xBE || bytes[2] == 0xBF)))) {
                     p += 3;
                 } else if (IsWhite(*p)) {
                     ++p;
@@ -137,7 +138,11 @@ private:
     {
         const auto byte = static_cast<unsigned char>(*p);
         if (mode_ == Mode::Utf8) {
-            const int length = byte < 0xC2 ? 1 : byte < 0xE0 ? 2 : byte < 0xF0 ? 3 : byte < 0xF5 ? 4 : 1;
+            const int length = byte < 0xC2   ? 1
+                               : byte < 0xE0 ? 2
+                               : byte < 0xF0 ? 3
+                               : byte < 0xF5 ? 4
+                                             : 1;
             if (length > 1) {
                 return p + length;
             }

@@ -1,9 +1,8 @@
-#include "action/processor.h"
-
 #include <sstream>
 
 #include <gtest/gtest.h>
 
+#include "action/processor.h"
 #include "manifest/filter.h"
 #include "support/manifest_builder.h"
 
@@ -15,7 +14,10 @@ using test::File;
 /// Rejects every entry restricted to an architecture.
 class ArchFilter final : public IFilter {
 public:
-    bool IsFiltered(const Applicability& entry, std::string_view) const override { return entry.arch.has_value(); }
+    bool IsFiltered(const Applicability& entry, std::string_view) const override
+    {
+        return entry.arch.has_value();
+    }
 };
 
 // A filtered directory takes its files along; each one is reported and
@@ -36,7 +38,8 @@ TEST(ProcessorTest, FilteringRemovesReportsAndCountsEachKind)
     std::ostringstream out;
     std::ostringstream err;
     const auto statistics = std::make_shared<Statistics>();
-    Processor(nullptr, std::make_shared<Console>(true, out, err), std::make_shared<ArchFilter>(), statistics)
+    Processor(nullptr, std::make_shared<Console>(true, out, err), std::make_shared<ArchFilter>(),
+              statistics)
         .Filter(manifest);
 
     ASSERT_EQ(manifest.files.size(), 1u);
@@ -46,7 +49,8 @@ TEST(ProcessorTest, FilteringRemovesReportsAndCountsEachKind)
     EXPECT_EQ(manifest.directories[0].files[0].path, "inner");
     EXPECT_EQ(statistics->Get(ObjectKind::File).skipped, 2u);
     EXPECT_EQ(statistics->Get(ObjectKind::Directory).skipped, 1u);
-    EXPECT_EQ(out.str(), "file /other filtered\ndirectory /dir filtered\nfile /dir/other filtered\n");
+    EXPECT_EQ(out.str(),
+              "file /other filtered\ndirectory /dir filtered\nfile /dir/other filtered\n");
 }
 
 }  // namespace

@@ -8,8 +8,7 @@
 namespace integrity_check_tool::test {
 namespace {
 
-template <class Flavour>
-std::shared_ptr<Flavour> Parsed(std::vector<std::string> arguments)
+template <class Flavour> std::shared_ptr<Flavour> Parsed(std::vector<std::string> arguments)
 {
     arguments.insert(arguments.begin(), "program");
     auto parsed = std::make_shared<Flavour>();
@@ -17,8 +16,7 @@ std::shared_ptr<Flavour> Parsed(std::vector<std::string> arguments)
     return parsed;
 }
 
-template <class Flavour>
-ConfigPtr ConfigOf(std::vector<std::string> arguments)
+template <class Flavour> ConfigPtr ConfigOf(std::vector<std::string> arguments)
 {
     return Parsed<Flavour>(std::move(arguments))->CreateConfig();
 }
@@ -36,9 +34,17 @@ TEST_F(ArgumentsTest, RefusalsSayWhatIsWrong)
 {
     const std::pair<std::function<void()>, std::string> cases[] = {
         // The single-file options count as one action among themselves.
-        {[] { Parsed<FullArguments>({"-n", "-w", "f", "-x", "g"}); }, "Too many actions specified"},
-        {[] { Parsed<FullArguments>({"--check-type", "NotExists"}); }, "Wrong check type: NotExists"},
-        {[] { Parsed<FullArguments>({"--arch", "x64"}); },
+        {[] {
+             Parsed<FullArguments>({"-n", "-w", "f", "-x", "g"});
+         },
+         "Too many actions specified"},
+        {[] {
+             Parsed<FullArguments>({"--check-type", "NotExists"});
+         },
+         "Wrong check type: NotExists"},
+        {[] {
+             Parsed<FullArguments>({"--arch", "x64"});
+         },
          "the argument ('x64') for option '--arch' is invalid\n\n"
          "integrity_check_tool [options]\nSchema version: 2\n"},
         {[] { Parsed<CheckerArguments>({"--without-signature"}); },
@@ -51,14 +57,15 @@ TEST_F(ArgumentsTest, RefusalsSayWhatIsWrong)
         EXPECT_EQ(failure.substr(0, message.size()), message) << failure;
     }
     EXPECT_NO_THROW(Parsed<FullArguments>({"-w", "f", "-y", "g"}));
-    EXPECT_TRUE(Parsed<FullArguments>({"-g", "-v", "-h"})->IsHelpRequested()) << "help skips validation";
+    EXPECT_TRUE(Parsed<FullArguments>({"-g", "-v", "-h"})->IsHelpRequested())
+        << "help skips validation";
 }
 
 TEST_F(ArgumentsTest, EachActionFillsItsRecord)
 {
-    const ConfigPtr generate = ConfigOf<FullArguments>(
-        {"-g", "-c", "in.xml", "-m", "out.xml", "--arch", "ARM64", "--os", "Windows", "--version", "601",
-         "-l", "1000"});
+    const ConfigPtr generate =
+        ConfigOf<FullArguments>({"-g", "-c", "in.xml", "-m", "out.xml", "--arch", "ARM64", "--os",
+                                 "Windows", "--version", "601", "-l", "1000"});
     ASSERT_TRUE(generate->generate);
     EXPECT_EQ(generate->generate->arch, Arch::ARM64);
     EXPECT_EQ(generate->generate->os, Os::Windows);
@@ -77,8 +84,8 @@ TEST_F(ArgumentsTest, EachActionFillsItsRecord)
 TEST_F(ArgumentsTest, CheckersTakeManifestsOnceEachAndDefaultToTheOneBesideTheProgram)
 {
     const std::string other = (dir_ / "a.xml").string();
-    const ConfigPtr config =
-        ConfigOf<CheckerArguments>({file_, other, file_, "--trace", "t.log", "--verbose", "--crl", directory_});
+    const ConfigPtr config = ConfigOf<CheckerArguments>(
+        {file_, other, file_, "--trace", "t.log", "--verbose", "--crl", directory_});
     ASSERT_TRUE(config->verify);
     EXPECT_EQ(config->verify->manifestPaths, (std::set<Path>{other, file_}));
     EXPECT_EQ(config->verify->crlStoragePath, Path(directory_));
@@ -88,7 +95,8 @@ TEST_F(ArgumentsTest, CheckersTakeManifestsOnceEachAndDefaultToTheOneBesideThePr
     const std::set<Path> besideTheProgram = ConfigOf<CheckerArguments>({})->verify->manifestPaths;
     ASSERT_EQ(besideTheProgram.size(), 1u);
     EXPECT_EQ(besideTheProgram.begin()->filename(), "integrity_check.xml");
-    EXPECT_EQ(besideTheProgram.begin()->parent_path().filename(), "arguments");  // the test binary's folder
+    EXPECT_EQ(besideTheProgram.begin()->parent_path().filename(),
+              "arguments");  // the test binary's folder
 }
 
 }  // namespace

@@ -19,7 +19,8 @@ protected:
     {
         auto config = std::make_shared<Config>();
         config->verify.emplace();
-        factory_ = std::make_shared<Factory>(config, zel::MakeIntrusive<zel::ServiceLocator>(), tracer_);
+        factory_ =
+            std::make_shared<Factory>(config, zel::MakeIntrusive<zel::ServiceLocator>(), tracer_);
         WriteFile(dir_ / "abc", "abc");
         WriteFile(dir_ / "empty", "");
     }
@@ -52,13 +53,17 @@ TEST_F(CheckTest, MismatchesNameTheCheckerAndBothSides)
     const std::string mismatch = "mismatch: Verification mismatch with ";
     const std::tuple<CheckInfoList, std::string, std::string> cases[] = {
         {{Check(CheckType::Value, {'a', 'b', 'c'})}, abc, "passed"},
-        {{Check(CheckType::Value, {'a', 'b'})}, abc,
+        {{Check(CheckType::Value, {'a', 'b'})},
+         abc,
          mismatch + "'Value' checker. Reason: File " + abc + " has unexpected value"},
-        {{Check(CheckType::Sha256, Base64Decode(kAbcSha256))}, empty,
+        {{Check(CheckType::Sha256, Base64Decode(kAbcSha256))},
+         empty,
          mismatch + "'Sha256' checker. Reason: File " + empty + " has unexpected hash " +
              "47DEQpj8HBSa+/TImW+5JCeuQeRkm5NMpJWZG3hSuFU= != expected " + kAbcSha256},
-        {{Check(CheckType::Exists), Check(CheckType::Value, {})}, missing,
-         "All checks failed:\n\tChecker [1]: Verification mismatch with 'Exists' checker. Reason: File " +
+        {{Check(CheckType::Exists), Check(CheckType::Value, {})},
+         missing,
+         "All checks failed:\n\tChecker [1]: Verification mismatch with 'Exists' checker. Reason: "
+         "File " +
              missing + " not exists.\n\tChecker [2]: Can't read or access file " + missing +
              ". Reason: No such file or directory"},
     };

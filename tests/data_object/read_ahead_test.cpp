@@ -1,8 +1,7 @@
-#include <gtest/gtest.h>
-
 #include <string>
 #include <vector>
 
+#include <gtest/gtest.h>
 #include <zel/file_io.h>
 
 #include "data_object/read_ahead.h"
@@ -21,7 +20,8 @@ protected:
     ReadAheadTest()
     {
         for (int i = 0; i < kFiles; ++i) {
-            WriteFile(Name(i), std::string(static_cast<std::size_t>(i * 131 % 9000), static_cast<char>(i)));
+            WriteFile(Name(i),
+                      std::string(static_cast<std::size_t>(i * 131 % 9000), static_cast<char>(i)));
         }
     }
 
@@ -80,8 +80,10 @@ TEST_F(ReadAheadTest, ReadErrorsComeBackAsTheSerialPathThrowsThem)
     AddReadAheadItem(items, dir_.path().string(), CheckType::Gost2012);
     ReadAhead readAhead(std::move(items), 2);
     Blob digest;
-    EXPECT_EQ(Refusal([&] { readAhead.Take((dir_ / "missing").string(), CheckType::Sha256, digest); }),
-              "Can't read or access file " + (dir_ / "missing").string() + ". Reason: No such file or directory");
+    EXPECT_EQ(
+        Refusal([&] { readAhead.Take((dir_ / "missing").string(), CheckType::Sha256, digest); }),
+        "Can't read or access file " + (dir_ / "missing").string() +
+            ". Reason: No such file or directory");
     EXPECT_THROW(readAhead.Take(dir_.path().string(), CheckType::Gost2012, digest), Exception);
 }
 

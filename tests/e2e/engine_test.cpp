@@ -6,10 +6,13 @@
 namespace integrity_check_tool::test {
 namespace {
 
-std::string Summary(const std::string& manifests, const std::string& files, const std::string& directories)
+std::string Summary(const std::string& manifests, const std::string& files,
+                    const std::string& directories)
 {
-    return "===============================================>\nSummary( failed / skipped / succeeded ):\n"
-           "\tManifests: " + manifests + "\n\tFiles: " + files + "\n\tDirectories: " + directories +
+    return "===============================================>\nSummary( failed / skipped / "
+           "succeeded ):\n"
+           "\tManifests: " +
+           manifests + "\n\tFiles: " + files + "\n\tDirectories: " + directories +
            "\n\tRegistries: 0 / 0 / 0\n\tRegistry values: 0 / 0 / 0\n";
 }
 
@@ -23,13 +26,14 @@ protected:
 
     EngineTest()
     {
-        std::string config = "<Manifest productName=\"Demo\" productVersion=\"1.0\">\n"
-                             "  <Environment key=\"Bin\" value=\"%ProductRoot%/bin\"/>\n"
-                             "  <File path=\"%Bin%/agent\"><Check type=\"Sha256\"/>"
-                             "<Check type=\"Gost2012\"/></File>\n"
-                             "  <File path=\"%ProductRoot%/forbidden\"><Check type=\"NotExists\"/></File>\n"
-                             "  <File path=\"%ProductRoot%/elsewhere\" arch=\"E2K32\">"
-                             "<Check type=\"Exists\"/></File>\n";
+        std::string config =
+            "<Manifest productName=\"Demo\" productVersion=\"1.0\">\n"
+            "  <Environment key=\"Bin\" value=\"%ProductRoot%/bin\"/>\n"
+            "  <File path=\"%Bin%/agent\"><Check type=\"Sha256\"/>"
+            "<Check type=\"Gost2012\"/></File>\n"
+            "  <File path=\"%ProductRoot%/forbidden\"><Check type=\"NotExists\"/></File>\n"
+            "  <File path=\"%ProductRoot%/elsewhere\" arch=\"E2K32\">"
+            "<Check type=\"Exists\"/></File>\n";
         for (int d = 0; d < kDirectories; ++d) {
             for (int f = 0; f < kFilesPerDirectory; ++f) {
                 WriteFile(Lib(d, f), std::string(static_cast<std::size_t>(f * 37 % 1500),
@@ -45,13 +49,15 @@ protected:
     Path ManifestPath() const { return Product() / "integrity_check.xml"; }
     std::string Lib(int d, int f) const
     {
-        const std::string name = "lib" + std::to_string(d) + "/sub" + std::to_string(f % 3) + "/file";
+        const std::string name =
+            "lib" + std::to_string(d) + "/sub" + std::to_string(f % 3) + "/file";
         return (Product() / (name + std::to_string(f))).string();
     }
 
     ProcessResult Generate(const Path& config) const
     {
-        return RunProgram(Program::CheckTool, {"-g", "-c", config.string(), "-m", ManifestPath().string()});
+        return RunProgram(Program::CheckTool,
+                          {"-g", "-c", config.string(), "-m", ManifestPath().string()});
     }
 
     /// Verifies the manifest, first writing `text` to it unless empty.
@@ -68,21 +74,24 @@ protected:
 
 TEST_F(EngineTest, GenerateThenVerifyCountsEveryKind)
 {
-    const std::string summary = Summary("0 / 0 / 1", "0 / 1 / " + std::to_string(kEntries), "0 / 0 / 3");
+    const std::string summary =
+        Summary("0 / 0 / 1", "0 / 1 / " + std::to_string(kEntries), "0 / 0 / 3");
     const ProcessResult generated = Generate(dir_ / "config.xml");
     EXPECT_EQ(generated.out, summary + "SUCCEEDED\n") << generated.err;
     const std::string manifest = ReadFile(ManifestPath());
-    EXPECT_NE(manifest.find("<File path=\"%Bin%/agent\">"), std::string::npos) << "placeholders are kept";
+    EXPECT_NE(manifest.find("<File path=\"%Bin%/agent\">"), std::string::npos)
+        << "placeholders are kept";
     EXPECT_NE(manifest.find("<File path=\"sub0/file0\">"), std::string::npos) << manifest;
 
     // A second manifest naming the same files changes nothing: each is checked once.
     const Path copy = Product() / "copy.xml";
     boost::filesystem::copy_file(ManifestPath(), copy);
-    const ProcessResult verified =
-        RunProgram(Program::Tester, {"--without-signature", ManifestPath().string(), copy.string()});
+    const ProcessResult verified = RunProgram(
+        Program::Tester, {"--without-signature", ManifestPath().string(), copy.string()});
     EXPECT_EQ(verified.err, "");
-    EXPECT_EQ(verified.out, "This utilty for internal testing only. Do not use it in production!\n\n" + summary +
-                                "SUCCEEDED\n");
+    EXPECT_EQ(verified.out,
+              "This utilty for internal testing only. Do not use it in production!\n\n" + summary +
+                  "SUCCEEDED\n");
 }
 
 TEST_F(EngineTest, TamperingIsReportedLineByLine)
@@ -101,16 +110,23 @@ TEST_F(EngineTest, TamperingIsReportedLineByLine)
     const std::vector<std::string> lines = Lines(result.err);
     ASSERT_EQ(lines.size(), 7u) << result.err;
     EXPECT_EQ(lines[6], "FAILED");
-    EXPECT_EQ(lines[0], "file " + forbidden + " failed. Reason: Verification mismatch with 'NotExists' checker. "
-                                              "Reason: File " + forbidden + " exists");
+    EXPECT_EQ(lines[0], "file " + forbidden +
+                            " failed. Reason: Verification mismatch with 'NotExists' checker. "
+                            "Reason: File " +
+                            forbidden + " exists");
     EXPECT_EQ(lines[1], CannotRead(removed, "No such file or directory"));
-    EXPECT_EQ(lines[2], "directory " + lib0 + " failed. Reason: Verification of directory " + lib0 + " failed");
-    EXPECT_TRUE(lines[3].starts_with("file " + changed + " failed. Reason: Verification mismatch with 'Gost2012' "
-                                                         "checker. Reason: File " + changed + " has unexpected hash "))
+    EXPECT_EQ(lines[2], "directory " + lib0 + " failed. Reason: Verification of directory " + lib0 +
+                            " failed");
+    EXPECT_TRUE(lines[3].starts_with("file " + changed +
+                                     " failed. Reason: Verification mismatch with 'Gost2012' "
+                                     "checker. Reason: File " +
+                                     changed + " has unexpected hash "))
         << lines[3];
-    EXPECT_EQ(lines[5], "manifest " + ManifestPath().string() + " failed. Reason: Verification of manifest " +
-                            ManifestPath().string() + " failed");
-    EXPECT_NE(result.out.find(Summary("1 / 0 / 0", "3 / 1 / " + std::to_string(kEntries - 3), "2 / 0 / 1")),
+    EXPECT_EQ(lines[5], "manifest " + ManifestPath().string() +
+                            " failed. Reason: Verification of manifest " + ManifestPath().string() +
+                            " failed");
+    EXPECT_NE(result.out.find(
+                  Summary("1 / 0 / 0", "3 / 1 / " + std::to_string(kEntries - 3), "2 / 0 / 1")),
               std::string::npos)
         << result.out;
 }
@@ -119,17 +135,21 @@ TEST_F(EngineTest, BrokenEntriesFailWithTheirOwnMessage)
 {
     const std::string file = (dir_ / "file").string();
     WriteFile(file, "content");
-    const ProcessResult result = Verify(
-        "<Manifest><File path=\"%Nope%/x\"><Check type=\"Exists\"/></File><File path=\"" + file + "\"/></Manifest>");
+    const ProcessResult result =
+        Verify("<Manifest><File path=\"%Nope%/x\"><Check type=\"Exists\"/></File><File path=\"" +
+               file + "\"/></Manifest>");
     EXPECT_TRUE(Failed(result));
     const std::vector<std::string> lines = Lines(result.err);
     ASSERT_EQ(lines.size(), 4u) << result.err;
-    EXPECT_EQ(lines[0], "file %Nope%/x failed. Reason: Verification mismatch with 'Exists' checker. Reason: File "
-                        "%Nope%/x not exists.");
+    EXPECT_EQ(
+        lines[0],
+        "file %Nope%/x failed. Reason: Verification mismatch with 'Exists' checker. Reason: File "
+        "%Nope%/x not exists.");
     EXPECT_EQ(lines[1], "file " + file + " failed. Reason: There are no checks for file " + file);
 
     // An unknown check type stops the run before anything is checked.
-    const ProcessResult unknown = Verify("<Manifest><File path=\"/x\"><Check type=\"Md5\"/></File></Manifest>");
+    const ProcessResult unknown =
+        Verify("<Manifest><File path=\"/x\"><Check type=\"Md5\"/></File></Manifest>");
     EXPECT_TRUE(Failed(unknown, "Invalid name: Md5"));
     EXPECT_EQ(unknown.out.find("Summary"), std::string::npos);
 }
@@ -153,12 +173,14 @@ TEST_F(EngineTest, NormalizeCollapsesDuplicatesAndIsIdempotent)
                         "<File path=\"/a\"><Check type=\"Sha256\" value=\"AA==\"/></File>"
                         "<File path=\"/b\"><Check type=\"Exists\"/></File>"
                         "</Manifest></Config>");
-    const std::string normal = "<Manifest productName=\"P\">\n"
-                               "    <File path=\"/a\">\n        <Check type=\"Sha256\" value=\"AA==\" />\n    </File>\n"
-                               "    <File path=\"/b\">\n        <Check type=\"Exists\" />\n    </File>\n"
-                               "</Manifest>\n";
+    const std::string normal =
+        "<Manifest productName=\"P\">\n"
+        "    <File path=\"/a\">\n        <Check type=\"Sha256\" value=\"AA==\" />\n    </File>\n"
+        "    <File path=\"/b\">\n        <Check type=\"Exists\" />\n    </File>\n"
+        "</Manifest>\n";
     for (int run = 0; run < 2; ++run) {
-        EXPECT_EQ(RunProgram(Program::CheckTool, {"-n", "-m", manifest.string()}).out, "SUCCEEDED\n");
+        EXPECT_EQ(RunProgram(Program::CheckTool, {"-n", "-m", manifest.string()}).out,
+                  "SUCCEEDED\n");
         EXPECT_EQ(ReadFile(manifest), normal) << "run " << run;
     }
 }

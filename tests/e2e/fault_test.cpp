@@ -5,8 +5,9 @@
 #include <sys/mount.h>
 #include <unistd.h>
 
-#include <boost/filesystem/operations.hpp>
 #include <fstream>
+
+#include <boost/filesystem/operations.hpp>
 #include <gtest/gtest.h>
 
 #include "program.h"
@@ -19,14 +20,16 @@ protected:
     FaultTest()
     {
         for (int i = 0; i < 400; ++i) {
-            WriteFile(shared_ / "product" / ("lib" + std::to_string(i % 9)) / ("file" + std::to_string(i)),
+            WriteFile(shared_ / "product" / ("lib" + std::to_string(i % 9)) /
+                          ("file" + std::to_string(i)),
                       std::string(static_cast<std::size_t>(i * 13 % 700), 'x'));
         }
         WriteFile(shared_ / "config.xml",
                   "<Manifest><Files path=\"" + (shared_ / "product").string() + "\"/></Manifest>");
         original_ = "<Manifest productName=\"Old\" productVersion=\"1.0\">\n    <File path=\"" +
-                    (shared_ / "config.xml").string() + "\">\n        <Check type=\"Exists\" />\n"
-                                                        "    </File>\n</Manifest>\n";
+                    (shared_ / "config.xml").string() +
+                    "\">\n        <Check type=\"Exists\" />\n"
+                    "    </File>\n</Manifest>\n";
         // The checkout may be private; unprivileged writers sign with copies.
         for (const char* name : {"leaf.key", "leaf.pem", "inter.pem", "gost512.key"}) {
             WriteFile(shared_ / "keys" / name, ReadFile(DemoPki(std::string("regular/") + name)));
@@ -42,20 +45,23 @@ protected:
         const auto key = [this](const char* name) { return (shared_ / "keys" / name).string(); };
         return {{Program::CheckTool, {"-g", "-c", (shared_ / "config.xml").string(), "-m", target}},
                 {Program::CheckTool, {"-n", "-m", target}},
-                {Program::Sign, {"--type", "lum", "--key", key("leaf.key"), "--cert", key("leaf.pem"), "--chain",
-                                 key("inter.pem"), target}},
+                {Program::Sign,
+                 {"--type", "lum", "--key", key("leaf.key"), "--cert", key("leaf.pem"), "--chain",
+                  key("inter.pem"), target}},
                 {Program::Sign, {"--type", "vorn2", "--key", key("gost512.key"), target}}};
     }
 
     /// Runs each writer on a fresh copy of the original and checks what it left.
     void ExpectEveryWriterFails(const Path& manifest, const std::string& reason,
-                                const std::vector<std::string>& launcher = {}, bool unprivileged = false) const
+                                const std::vector<std::string>& launcher = {},
+                                bool unprivileged = false) const
     {
         for (const auto& [program, arguments] : Writers(manifest)) {
             SCOPED_TRACE(arguments[0] + " " + arguments[1]);
             WriteFile(manifest, original_);
-            EXPECT_TRUE(Failed(unprivileged ? RunProgramUnprivileged(program, arguments, shared_.path())
-                                            : RunProgram(program, arguments, {}, launcher),
+            EXPECT_TRUE(Failed(unprivileged
+                                   ? RunProgramUnprivileged(program, arguments, shared_.path())
+                                   : RunProgram(program, arguments, {}, launcher),
                                reason));
             EXPECT_EQ(ReadFile(manifest), original_);
             EXPECT_EQ(Leftovers(manifest.parent_path()), "");
@@ -86,7 +92,8 @@ TEST_F(FaultTest, FullFileSystemKeepsTheOriginal)
     }
     const Path mount = shared_ / "small";
     boost::filesystem::create_directory(mount);
-    ASSERT_EQ(::mount("none", mount.c_str(), "tmpfs", 0, "size=64k,mode=0755"), 0) << std::strerror(errno);
+    ASSERT_EQ(::mount("none", mount.c_str(), "tmpfs", 0, "size=64k,mode=0755"), 0)
+        << std::strerror(errno);
     WriteFile(mount / "integrity_check.xml", original_);
     {
         // Whatever the original leaves free is taken, bar nothing.
@@ -107,7 +114,8 @@ TEST_F(FaultTest, FileSizeLimitKeepsTheOriginal)
     }
     // Past the limit a write fails with EFBIG; the signal it also raises must
     // not end the writer before it has cleaned up.
-    ExpectEveryWriterFails(shared_ / "integrity_check.xml", "File too large", {"prlimit", "--fsize=150"});
+    ExpectEveryWriterFails(shared_ / "integrity_check.xml", "File too large",
+                           {"prlimit", "--fsize=150"});
 }
 
 TEST_F(FaultTest, ReadOnlyDirectoryKeepsTheOriginal)
@@ -134,7 +142,8 @@ TEST_F(FaultTest, SignalMidWriteLeavesTheOldOrTheNewFile)
     const auto sameBody = [](const std::string& a, const std::string& b) {
         // Two generations differ in their time stamp only.
         const auto body = [](const std::string& text) { return text.substr(text.find("<File")); };
-        return a.find("<File") != std::string::npos && b.find("<File") != std::string::npos && body(a) == body(b);
+        return a.find("<File") != std::string::npos && b.find("<File") != std::string::npos &&
+               body(a) == body(b);
     };
     // Stopped at different moments, by a termination request (which the
     // writer cleans up after) and by a kill (which it cannot see).
@@ -143,10 +152,12 @@ TEST_F(FaultTest, SignalMidWriteLeavesTheOldOrTheNewFile)
             WriteFile(manifest, original_);
             generate({"timeout", "-s", signal, delay});
             const std::string left = ReadFile(manifest);
-            EXPECT_TRUE(left == original_ || sameBody(left, complete)) << signal << " after " << delay << "s";
+            EXPECT_TRUE(left == original_ || sameBody(left, complete))
+                << signal << " after " << delay << "s";
             // A kill leaves its temporary file behind, a termination request does not.
             const std::string leftovers = Leftovers(shared_.path());
-            EXPECT_TRUE(std::string(signal) == "KILL" || leftovers.empty()) << delay << ": " << leftovers;
+            EXPECT_TRUE(std::string(signal) == "KILL" || leftovers.empty())
+                << delay << ": " << leftovers;
         }
     }
 }

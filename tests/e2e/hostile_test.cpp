@@ -31,7 +31,8 @@ protected:
         const std::string socketPath = Name("socket");
         if (socketPath.size() < sizeof address.sun_path) {
             socketPath.copy(address.sun_path, socketPath.size());
-            bound_ = ::bind(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+            bound_ =
+                ::bind(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
         }
         fs::create_directory(dir_ / "directory");
         fs::create_symlink(Name("loop2"), Name("loop1"));
@@ -70,13 +71,15 @@ TEST_F(HostileFileTest, ChecksOfOddFilesFailWithTheReason)
         return "<File path=\"" + path + "\">" + check + "</File>\n";
     };
     const std::string manifest =
-        "<Manifest>\n" + entry(Name("fifo"), sha) + entry(Name("socket"), value) + entry("/dev/zero", value) +
-        entry(Name("directory"), sha) + entry(Name("loop1"), sha) + entry(Name("sparse"), value) +
-        entry(Name("value17m"), value) + entry(longPath_, "<Check type=\"Value\" value=\"bG9uZw==\"/>") +
+        "<Manifest>\n" + entry(Name("fifo"), sha) + entry(Name("socket"), value) +
+        entry("/dev/zero", value) + entry(Name("directory"), sha) + entry(Name("loop1"), sha) +
+        entry(Name("sparse"), value) + entry(Name("value17m"), value) +
+        entry(longPath_, "<Check type=\"Value\" value=\"bG9uZw==\"/>") +
         entry(Name("new") + "&#10;line", "<Check type=\"Value\" value=\"bmV3bGluZQ==\"/>") +
         entry(Name("bad\xff\xfe"), "<Check type=\"Value\" value=\"Ynl0ZXM=\"/>") + "</Manifest>\n";
     WriteFile(dir_ / "m.xml", manifest);
-    const ProcessResult result = RunProgram(Program::Tester, {"--without-signature", Name("m.xml")});
+    const ProcessResult result =
+        RunProgram(Program::Tester, {"--without-signature", Name("m.xml")});
     const std::pair<std::string, const char*> reasons[] = {
         {Name("fifo"), "Not a regular file"},
         {Name("socket"), bound_ ? "No such device or address" : "No such file or directory"},
@@ -90,7 +93,8 @@ TEST_F(HostileFileTest, ChecksOfOddFilesFailWithTheReason)
         EXPECT_TRUE(Failed(result, CannotRead(path, why) + "\n"));
     }
     // The long path and the odd names are files like any other.
-    EXPECT_NE(result.out.find("\tFiles: 7 / 0 / 3\n"), std::string::npos) << result.out << result.err;
+    EXPECT_NE(result.out.find("\tFiles: 7 / 0 / 3\n"), std::string::npos)
+        << result.out << result.err;
 }
 
 // The single-file values, in Base64, of plain files and of odd ones.
@@ -105,10 +109,12 @@ TEST_F(HostileFileTest, SingleFileValues)
         std::string text;  // the value printed, or part of the refusal
     } cases[] = {
         {"--calc-hash-sha256", Name("abc"), 0, "ungWv48Bz+pBQUDeXa4iI7ADYaOWF3qctBD/YfIAFa0=\n"},
-        {"-w", Name("empty"), 0, "P1OaIT6XyALMIp1HTGqjKoJaNgsqkzqUn9klII2c4bs=\n"},  // GOST 256 of nothing
+        {"-w", Name("empty"), 0,
+         "P1OaIT6XyALMIp1HTGqjKoJaNgsqkzqUn9klII2c4bs=\n"},  // GOST 256 of nothing
         {"-z", Name("empty"), 0, "\n"},
         {"-z", longPath_, 0, "bG9uZw==\n"},
-        {"-z", Name("none"), 1, "Can't read or access file " + Name("none") + ". Reason: No such file"},
+        {"-z", Name("none"), 1,
+         "Can't read or access file " + Name("none") + ". Reason: No such file"},
         {"-z", Name("sparse"), 1, "Object is too large"},
         {"-y", Name("fifo"), 1, "Can't read or access file " + Name("fifo")},
         {"-x", "/dev/zero", 1, "Can't read or access file /dev/zero"},
@@ -136,7 +142,8 @@ TEST(HugeManifestTest, ManifestsTheMachineCannotHoldAreRefusedBeforeTheyAreRead)
     boost::system::error_code error;
     boost::filesystem::resize_file(huge, std::uint64_t{4} << 40, error);
     if (error || !available) {
-        GTEST_SKIP() << "no sparse file of 4 TiB here, or no figure of available memory: " << error.message();
+        GTEST_SKIP() << "no sparse file of 4 TiB here, or no figure of available memory: "
+                     << error.message();
     }
     // Half the memory fits as text, but not as the model it parses into.
     boost::filesystem::resize_file(half, *available / 2);
@@ -149,10 +156,13 @@ TEST(HugeManifestTest, ManifestsTheMachineCannotHoldAreRefusedBeforeTheyAreRead)
     } runs[] = {
         {Program::Tester, {"--without-signature", huge}, outOfMemory},
         {Program::Checker, {huge}, outOfMemory},
-        {Program::Checker, {"--signature-type", "vorn2", huge}, "Failed to allocate necessary memory"},
+        {Program::Checker,
+         {"--signature-type", "vorn2", huge},
+         "Failed to allocate necessary memory"},
         {Program::CheckTool, {"-n", "-m", huge}, outOfMemory},
         {Program::CheckTool, {"-n", "-m", half}, outOfMemory},
-        {Program::Sign, {"--type", "lum", "--key", pki + "leaf.key", "--cert", pki + "leaf.pem", huge},
+        {Program::Sign,
+         {"--type", "lum", "--key", pki + "leaf.key", "--cert", pki + "leaf.pem", huge},
          huge + " is too large"},
     };
     for (const auto& run : runs) {

@@ -13,8 +13,9 @@ namespace {
 // indented further, don't count.
 std::set<std::string> HelpOptions(const std::string& help)
 {
-    static const std::regex line(R"(^  (?:(-[A-Za-z0-9]) \[ (--[A-Za-z0-9-]+) \]|(--[A-Za-z0-9-]+)))",
-                                 std::regex::multiline);
+    static const std::regex line(
+        R"(^  (?:(-[A-Za-z0-9]) \[ (--[A-Za-z0-9-]+) \]|(--[A-Za-z0-9-]+)))",
+        std::regex::multiline);
     std::set<std::string> options;
     for (std::sregex_iterator match(help.begin(), help.end(), line), end; match != end; ++match) {
         for (std::size_t group = 1; group < match->size(); ++group) {
@@ -29,8 +30,10 @@ std::set<std::string> HelpOptions(const std::string& help)
 TEST(ManPageTest, ListsEveryOptionOfTheHelp)
 {
     const std::pair<Program, const char*> programs[] = {
-        {Program::Checker, "integrity_checker"}, {Program::CheckTool, "integrity_check_tool"},
-        {Program::Tester, "integrity_tester"}, {Program::Sign, "integrity_sign"}};
+        {Program::Checker, "integrity_checker"},
+        {Program::CheckTool, "integrity_check_tool"},
+        {Program::Tester, "integrity_tester"},
+        {Program::Sign, "integrity_sign"}};
     for (const auto& [program, name] : programs) {
         const ProcessResult help = RunProgram(program, {"--help"});
         ASSERT_TRUE(Succeeded(help)) << name;
@@ -38,11 +41,13 @@ TEST(ManPageTest, ListsEveryOptionOfTheHelp)
         EXPECT_GE(options.size(), 6U) << name << " help:\n" << help.out;
         // The page's text with escaped hyphens and font changes undone.
         const std::string page = std::regex_replace(
-            std::regex_replace(ReadFile(Path(ICT_MAN_DIR) / (std::string(name) + ".1")), std::regex(R"(\\-)"), "-"),
+            std::regex_replace(ReadFile(Path(ICT_MAN_DIR) / (std::string(name) + ".1")),
+                               std::regex(R"(\\-)"), "-"),
             std::regex(R"(\\f[BIRP])"), "");
         for (const std::string& option : options) {
             const std::regex word("(^|[^A-Za-z0-9-])" + option + "($|[^A-Za-z0-9-])");
-            EXPECT_TRUE(std::regex_search(page, word)) << "man page of " << name << " lacks " << option;
+            EXPECT_TRUE(std::regex_search(page, word))
+                << "man page of " << name << " lacks " << option;
         }
     }
 }

@@ -14,7 +14,8 @@ namespace {
 /// Sets INTEGRITY_CHECK_THREADS for the programs started next; null unsets it.
 void SetThreads(const char* count)
 {
-    count != nullptr ? ::setenv("INTEGRITY_CHECK_THREADS", count, 1) : ::unsetenv("INTEGRITY_CHECK_THREADS");
+    count != nullptr ? ::setenv("INTEGRITY_CHECK_THREADS", count, 1)
+                     : ::unsetenv("INTEGRITY_CHECK_THREADS");
 }
 
 /// An installation of a few hundred files under two hash algorithms,
@@ -29,16 +30,19 @@ protected:
         for (const char* part : {"a", "b"}) {
             for (int i = 0; i < kFiles; ++i) {
                 // Mostly small files, every 50th past the stream's read block.
-                const std::size_t size = i % 50 == 0 ? 300000 : static_cast<std::size_t>(i * 97 % 20000);
+                const std::size_t size =
+                    i % 50 == 0 ? 300000 : static_cast<std::size_t>(i * 97 % 20000);
                 WriteFile(File(part, i), std::string(size, static_cast<char>('a' + i % 26)));
             }
         }
         WriteFile(Product() / "single", "single");
-        const std::string head = "<Manifest productName=\"P\" productVersion=\"1\">"
-                                 "<File path=\"%ProductRoot%/forbidden\"><Check type=\"NotExists\"/></File>";
-        WriteFile(Product() / "sha.config", head + "<File path=\"%ProductRoot%/single\"><Check type=\"Sha256\"/>"
-                                                   "<Check type=\"Gost2012\"/></File>"
-                                                   "<Files path=\"%ProductRoot%/a\"/></Manifest>");
+        const std::string head =
+            "<Manifest productName=\"P\" productVersion=\"1\">"
+            "<File path=\"%ProductRoot%/forbidden\"><Check type=\"NotExists\"/></File>";
+        WriteFile(Product() / "sha.config",
+                  head + "<File path=\"%ProductRoot%/single\"><Check type=\"Sha256\"/>"
+                         "<Check type=\"Gost2012\"/></File>"
+                         "<Files path=\"%ProductRoot%/a\"/></Manifest>");
         WriteFile(Product() / "gost.config", head + "<Files path=\"%ProductRoot%/b\"/></Manifest>");
         boost::filesystem::create_directory(shared_ / "out");
         OpenUp();
@@ -63,8 +67,8 @@ protected:
     std::string Generate(const char* threads, const std::string& name) const
     {
         SetThreads(threads);
-        std::vector<std::string> arguments{"-g", "-c", (Product() / (name + ".config")).string(), "-m",
-                                           (Product() / (name + ".xml")).string()};
+        std::vector<std::string> arguments{"-g", "-c", (Product() / (name + ".config")).string(),
+                                           "-m", (Product() / (name + ".xml")).string()};
         if (name == "sha") {
             arguments.insert(arguments.end(), {"--check-type", "Sha256"});
         }

@@ -20,7 +20,9 @@ std::string ProgramPath(Program program)
                        : program == Program::Tester    ? ICT_TESTER_PATH
                                                        : ICT_SIGN_PATH;
     const char* directory = std::getenv("ICT_TEST_PROGRAM_DIR");
-    return directory == nullptr || *directory == '\0' ? built.string() : (Path(directory) / built.filename()).string();
+    return directory == nullptr || *directory == '\0'
+               ? built.string()
+               : (Path(directory) / built.filename()).string();
 }
 
 ::testing::AssertionResult Outcome(const ProcessResult& result, int status, const std::string& text,
@@ -38,7 +40,8 @@ std::string ProgramPath(Program program)
 }  // namespace
 
 ProcessResult RunProgram(Program program, const std::vector<std::string>& arguments,
-                         const std::string& workingDirectory, const std::vector<std::string>& launcher)
+                         const std::string& workingDirectory,
+                         const std::vector<std::string>& launcher)
 {
     return RunProcess(ProgramPath(program), arguments, workingDirectory, launcher);
 }
@@ -63,7 +66,8 @@ void OpenToEveryone(const Path& root)
 {
     namespace fs = boost::filesystem;
     for (fs::recursive_directory_iterator it(root), end; it != end; ++it) {
-        fs::permissions(it->path(), fs::is_directory(it->path()) ? fs::perms(0755) : fs::perms(0644));
+        fs::permissions(it->path(),
+                        fs::is_directory(it->path()) ? fs::perms(0755) : fs::perms(0644));
     }
 }
 
@@ -79,10 +83,14 @@ void OpenToEveryone(const Path& root)
 
 std::string CannotRead(const std::string& path, const std::string& why)
 {
-    return "file " + path + " failed. Reason: Can't read or access file " + path + ". Reason: " + why;
+    return "file " + path + " failed. Reason: Can't read or access file " + path +
+           ". Reason: " + why;
 }
 
-std::string DemoPki(const std::string& relative) { return std::string(ICT_DEMO_PKI_DIR) + "/" + relative; }
+std::string DemoPki(const std::string& relative)
+{
+    return std::string(ICT_DEMO_PKI_DIR) + "/" + relative;
+}
 
 std::vector<std::string> Lines(const std::string& text)
 {
@@ -98,7 +106,8 @@ SignedProductTest::SignedProductTest()
 {
     WriteFile(dir_ / "product/agent", "x");
     content_ = "<Manifest productName=\"Demo\" productVersion=\"1.0\">"
-               "<File path=\"%ProductRoot%/agent\"><Check type=\"Value\" value=\"eA==\"/></File></Manifest>\n";
+               "<File path=\"%ProductRoot%/agent\"><Check type=\"Value\" "
+               "value=\"eA==\"/></File></Manifest>\n";
     WriteFile(Manifest(), content_);
 }
 

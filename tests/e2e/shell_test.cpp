@@ -7,7 +7,8 @@
 namespace integrity_check_tool::test {
 namespace {
 
-constexpr const char* kWarning = "This utilty for internal testing only. Do not use it in production!\n\n";
+constexpr const char* kWarning =
+    "This utilty for internal testing only. Do not use it in production!\n\n";
 constexpr const char* kVersion = "Version 30.732.0.490-69af0b0bdf\nSUCCEEDED\n";
 
 TEST(ShellTest, VersionAndHelpOfEachFlavour)
@@ -17,19 +18,24 @@ TEST(ShellTest, VersionAndHelpOfEachFlavour)
     EXPECT_EQ(checker.out, kVersion);
     EXPECT_EQ(RunProgram(Program::Tester, {"--version"}).out, kWarning + std::string(kVersion));
 
-    const std::string checkerUsage = "Use to check if the manifest file is in the same folder: integrity_checker "
-                                     "[options]\nOtherwise: integrity_checker [options] manifest...\n";
+    const std::string checkerUsage =
+        "Use to check if the manifest file is in the same folder: integrity_checker "
+        "[options]\nOtherwise: integrity_checker [options] manifest...\n";
     const struct {
         Program program;
         std::vector<std::string> arguments;
         std::string beginning;
         std::vector<std::string> parts;
     } helps[] = {
-        {Program::CheckTool, {"--help", "-g", "-v"},
+        {Program::CheckTool,
+         {"--help", "-g", "-v"},
          "integrity_check_tool [options]\nSchema version: 2\n\ngeneral options:\n",
          {"\nactions:\n", "\nverify:\n", "\ngenerate:\n", "\nlogging:\n"}},
         {Program::Checker, {"--help"}, checkerUsage + "Schema version: 2\n\nOptions:\n", {}},
-        {Program::Tester, {"--help"}, kWarning + std::string("Use to check"), {"--without-signature"}},
+        {Program::Tester,
+         {"--help"},
+         kWarning + std::string("Use to check"),
+         {"--without-signature"}},
     };
     for (const auto& help : helps) {
         const ProcessResult result = RunProgram(help.program, help.arguments);
@@ -51,11 +57,14 @@ TEST(ShellTest, UsageErrorsDescribeThenFail)
         std::vector<std::string> arguments;
         std::string message;
     } cases[] = {
-        {Program::Checker, {"--bogus"}, "unrecognised option '--bogus'\n\nUse to check if the manifest file"},
+        {Program::Checker,
+         {"--bogus"},
+         "unrecognised option '--bogus'\n\nUse to check if the manifest file"},
         {Program::CheckTool, {"-g", "-v"}, "Too many actions specified"},
         {Program::CheckTool, {"--log-level", "1001"}, "Wrong trace level"},
         {Program::CheckTool, {"-g", "-m", "out.xml"}, "Config path not specified"},
-        {Program::Checker, {"--version", "--trace", dir.path().string()},
+        {Program::Checker,
+         {"--version", "--trace", dir.path().string()},
          "Trace path " + dir.path().string() + " is not a file"},
     };
     for (const auto& c : cases) {

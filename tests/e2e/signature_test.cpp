@@ -1,13 +1,12 @@
 // Signed manifests end to end: integrity_sign (or stock openssl) signs,
 // the checker and the tester verify against their compiled-in demo roots.
 
-#include <openssl/bn.h>
-#include <openssl/x509.h>
-
 #include <boost/filesystem/operations.hpp>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <lum/format.h>
+#include <openssl/bn.h>
+#include <openssl/x509.h>
 
 #include "program.h"
 #include "support/pki.h"
@@ -18,9 +17,14 @@ namespace {
 /// The demo hierarchy of one set, loaded from the repository.
 pki::Hierarchy DemoHierarchy(const std::string& set)
 {
-    const auto key = [&](const char* name) { return pki::Key::FromPem(ReadFile(DemoPki(set + "/" + name))); };
-    const auto cert = [&](const char* name) { return pki::Certificate::FromPem(ReadFile(DemoPki(set + "/" + name))); };
-    return {key("root.key"), cert("root.pem"), key("inter.key"), cert("inter.pem"), key("leaf.key"), cert("leaf.pem")};
+    const auto key = [&](const char* name) {
+        return pki::Key::FromPem(ReadFile(DemoPki(set + "/" + name)));
+    };
+    const auto cert = [&](const char* name) {
+        return pki::Certificate::FromPem(ReadFile(DemoPki(set + "/" + name)));
+    };
+    return {key("root.key"),   cert("root.pem"), key("inter.key"),
+            cert("inter.pem"), key("leaf.key"),  cert("leaf.pem")};
 }
 
 /// The serial number in hexadecimal, as integrity_sign --revoke takes it.
@@ -34,7 +38,10 @@ std::string SerialHex(const pki::Certificate& certificate)
     return text;
 }
 
-std::string Text(const Blob& bytes) { return std::string(bytes.begin(), bytes.end()); }
+std::string Text(const Blob& bytes)
+{
+    return std::string(bytes.begin(), bytes.end());
+}
 
 class SignatureTest : public SignedProductTest {
 protected:
@@ -42,8 +49,9 @@ protected:
                        const std::vector<std::string>& extra = {"--type", "lum"}) const
     {
         std::vector<std::string> arguments = extra;
-        arguments.insert(arguments.end(), {"--key", DemoPki(set + "/leaf.key"), "--cert", DemoPki(set + "/leaf.pem"),
-                                           "--chain", DemoPki(set + "/inter.pem"), file.string()});
+        arguments.insert(arguments.end(),
+                         {"--key", DemoPki(set + "/leaf.key"), "--cert", DemoPki(set + "/leaf.pem"),
+                          "--chain", DemoPki(set + "/inter.pem"), file.string()});
         return RunProgram(Program::Sign, arguments);
     }
 
@@ -68,7 +76,8 @@ protected:
     static std::string Flags(const ProcessResult& result, const Path& file)
     {
         EXPECT_EQ(result.exitStatus, 1) << result.err;
-        const std::string prefix = "Can't verify LUM signature of file " + file.string() + ". Flags: ";
+        const std::string prefix =
+            "Can't verify LUM signature of file " + file.string() + ". Flags: ";
         const std::size_t at = result.err.find(prefix);
         if (at == std::string::npos) {
             return result.err;
@@ -81,7 +90,8 @@ protected:
     std::string CrlDirectory(const std::string& name,
                              const std::vector<crypto::lum::RevocationDatabase>& databases) const
     {
-        WriteFile(dir_ / name / crypto::lum::kContainerName, Text(crypto::lum::BuildContainer(databases)));
+        WriteFile(dir_ / name / crypto::lum::kContainerName,
+                  Text(crypto::lum::BuildContainer(databases)));
         return (dir_ / name).string();
     }
 };
@@ -91,7 +101,8 @@ TEST_F(SignatureTest, SignedManifestVerifiesAgainstItsOwnRootSetOnly)
     ASSERT_TRUE(Succeeded(Sign("regular", Manifest())));
     EXPECT_TRUE(Succeeded(Check(Manifest()), kSummaryOk));
     // The tester trusts the alternative roots: the regular chain is incomplete there.
-    EXPECT_THAT(Flags(Check(Manifest(), {}, Program::Tester), Manifest()), ::testing::HasSubstr("|IncompleteChain|"));
+    EXPECT_THAT(Flags(Check(Manifest(), {}, Program::Tester), Manifest()),
+                ::testing::HasSubstr("|IncompleteChain|"));
     const Path other = SignAlternative();
     EXPECT_TRUE(Succeeded(Check(other, {}, Program::Tester), kSummaryOk));
     EXPECT_THAT(Flags(Check(other), other), ::testing::HasSubstr("|IncompleteChain|"));
@@ -104,12 +115,14 @@ TEST_F(SignatureTest, DamagedSignedFilesAreRefused)
     const std::size_t derStart = content_.size();
     const std::size_t trailerStart = signedFile.size() - crypto::lum::kTrailerSize;
     // Any changed byte: content, the CMS near its start and end, the length and the magic.
-    for (const std::size_t offset : {std::size_t{0}, content_.size() / 2, derStart + 3, derStart + 80,
-                                     trailerStart - 5, trailerStart + 3, signedFile.size() - 1}) {
+    for (const std::size_t offset :
+         {std::size_t{0}, content_.size() / 2, derStart + 3, derStart + 80, trailerStart - 5,
+          trailerStart + 3, signedFile.size() - 1}) {
         std::string tampered = signedFile;
         tampered[offset] = static_cast<char>(tampered[offset] ^ 0x01);
         WriteFile(Manifest(), tampered);
-        EXPECT_TRUE(Failed(Check(Manifest()), "Can't verify LUM signature of file")) << "byte " << offset;
+        EXPECT_TRUE(Failed(Check(Manifest()), "Can't verify LUM signature of file"))
+            << "byte " << offset;
     }
     // Broken framing is malformed content, found without reading out of bounds.
     const std::string magic(reinterpret_cast<const char*>(crypto::lum::kSignatureMagic.data()),
@@ -120,7 +133,8 @@ TEST_F(SignatureTest, DamagedSignedFilesAreRefused)
         {"trailer only", std::string("\0\0\0\x10", 4) + magic},
         {"length beyond the file", content_ + std::string("\xFF\xFF\xFF\xF0", 4) + magic},
         {"truncated trailer", signedFile.substr(0, signedFile.size() - 1)},
-        {"cut inside the CMS", signedFile.substr(0, derStart + 40) + signedFile.substr(signedFile.size() - 12)},
+        {"cut inside the CMS",
+         signedFile.substr(0, derStart + 40) + signedFile.substr(signedFile.size() - 12)},
         {"bytes after the signature", signedFile + "\x01garbage"},
     };
     for (const auto& [name, bytes] : malformed) {
@@ -148,8 +162,8 @@ TEST_F(SignatureTest, CertificateProblemsNameTheirFlags)
         options.notAfterDays = c.notAfter;
         options.extendedKeyUsage = c.extendedKeyUsage;
         const pki::Key key = pki::Key::Generate();
-        WriteFile(Manifest(),
-                  Text(pki::SignLum(pki::ToBlob(content_), demo.IssueLeaf(options, key), key, {demo.intermediate})));
+        WriteFile(Manifest(), Text(pki::SignLum(pki::ToBlob(content_), demo.IssueLeaf(options, key),
+                                                key, {demo.intermediate})));
         EXPECT_THAT(Flags(Check(Manifest()), Manifest()), ::testing::HasSubstr(c.flag)) << c.name;
     }
 }
@@ -161,23 +175,31 @@ TEST_F(SignatureTest, RevokedLeafOrIntermediateFails)
     const pki::Hierarchy demo = DemoHierarchy("regular");
     const auto container = [&](const std::string& name, const std::vector<std::string>& revoke) {
         const Path crl = dir_ / (name + ".crl");
-        std::vector<std::string> arguments{"--make-crl", "--ca-cert", DemoPki("regular/root.pem"), "--ca-key",
-                                           DemoPki("regular/root.key"), "--output", crl.string()};
+        std::vector<std::string> arguments{"--make-crl",
+                                           "--ca-cert",
+                                           DemoPki("regular/root.pem"),
+                                           "--ca-key",
+                                           DemoPki("regular/root.key"),
+                                           "--output",
+                                           crl.string()};
         for (const std::string& serial : revoke) {
             arguments.insert(arguments.end(), {"--revoke", serial});
         }
         EXPECT_TRUE(Succeeded(RunProgram(Program::Sign, arguments)));
         boost::filesystem::create_directories(dir_ / name);
         const std::string output = (dir_ / name / crypto::lum::kContainerName).string();
-        EXPECT_TRUE(Succeeded(RunProgram(Program::Sign, {"--make-container", "--root", DemoPki("regular/root.pem"),
-                                                         "--output", output, crl.string()})));
+        EXPECT_TRUE(Succeeded(
+            RunProgram(Program::Sign, {"--make-container", "--root", DemoPki("regular/root.pem"),
+                                       "--output", output, crl.string()})));
         return (dir_ / name).string();
     };
     EXPECT_TRUE(Succeeded(Check(Manifest(), {"--crl", container("unrelated", {"0123456789"})})));
     for (const pki::Certificate* revoked : {&demo.leaf, &demo.intermediate}) {
         const std::string serial = SerialHex(*revoked);
         const std::string crl = container(serial, {"0123", serial});
-        EXPECT_THAT(Flags(Check(Manifest(), {"--crl", crl}), Manifest()), ::testing::HasSubstr("|Revoked|")) << serial;
+        EXPECT_THAT(Flags(Check(Manifest(), {"--crl", crl}), Manifest()),
+                    ::testing::HasSubstr("|Revoked|"))
+            << serial;
     }
 }
 
@@ -187,7 +209,8 @@ TEST_F(SignatureTest, BadRevocationContainersStopTheCheck)
     const pki::Hierarchy demo = DemoHierarchy("regular");
     const pki::Hierarchy alternative = DemoHierarchy("alternative");
     const crypto::lum::RevocationDatabase good{demo.HierarchyId(), demo.Crl({})};
-    const crypto::lum::RevocationDatabase alternativeOnly{alternative.HierarchyId(), alternative.Crl({})};
+    const crypto::lum::RevocationDatabase alternativeOnly{alternative.HierarchyId(),
+                                                          alternative.Crl({})};
     const struct {
         const char* name;
         std::vector<crypto::lum::RevocationDatabase> databases;
@@ -196,13 +219,16 @@ TEST_F(SignatureTest, BadRevocationContainersStopTheCheck)
     } cases[] = {
         {"duplicate", {good, good}, Program::Checker, "lumErrRdbAlreadyExists"},
         // A CRL in the root's name signed by another key.
-        {"forged", {{demo.HierarchyId(), pki::MakeCrl(demo.root, alternative.rootKey, {})}}, Program::Checker,
+        {"forged",
+         {{demo.HierarchyId(), pki::MakeCrl(demo.root, alternative.rootKey, {})}},
+         Program::Checker,
          "Failed to verify signature of revocation database."},
         {"absent", {alternativeOnly}, Program::Tester, "lumErrRdbAbsent"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        const ProcessResult result = Check(Manifest(), {"--crl", CrlDirectory(c.name, c.databases)}, c.program);
+        const ProcessResult result =
+            Check(Manifest(), {"--crl", CrlDirectory(c.name, c.databases)}, c.program);
         EXPECT_TRUE(Failed(result, "Can't create LUM verifier"));
         EXPECT_NE(result.out.find(c.trace), std::string::npos) << result.out;
     }
@@ -210,12 +236,14 @@ TEST_F(SignatureTest, BadRevocationContainersStopTheCheck)
     pki::Hierarchy second = alternative;
     second.root = pki::Certificate::FromPem(ReadFile(DemoPki("alternative/root2.pem")));
     second.rootKey = pki::Key::FromPem(ReadFile(DemoPki("alternative/root2.key")));
-    const std::string both = CrlDirectory("both", {alternativeOnly, {second.HierarchyId(), second.Crl({})}});
+    const std::string both =
+        CrlDirectory("both", {alternativeOnly, {second.HierarchyId(), second.Crl({})}});
     EXPECT_TRUE(Succeeded(Check(SignAlternative(), {"--crl", both}, Program::Tester)));
 
     WriteFile(dir_ / "not-a-directory", "x");
-    EXPECT_TRUE(Failed(Check(Manifest(), {"--crl", (dir_ / "not-a-directory").string()}),
-                       "CRL storage path " + (dir_ / "not-a-directory").string() + " is not a directory"));
+    EXPECT_TRUE(
+        Failed(Check(Manifest(), {"--crl", (dir_ / "not-a-directory").string()}),
+               "CRL storage path " + (dir_ / "not-a-directory").string() + " is not a directory"));
 }
 
 TEST_F(SignatureTest, FileNameBindingFollowsTheSignatureType)
@@ -225,7 +253,8 @@ TEST_F(SignatureTest, FileNameBindingFollowsTheSignatureType)
     EXPECT_TRUE(Succeeded(Check(Manifest(), bound)));
     const Path renamed = dir_ / "product/renamed.xml";
     boost::filesystem::copy_file(Manifest(), renamed);
-    EXPECT_TRUE(Failed(Check(renamed, bound), "Can't verify LUM signature of file " + renamed.string()));
+    EXPECT_TRUE(
+        Failed(Check(renamed, bound), "Can't verify LUM signature of file " + renamed.string()));
     EXPECT_TRUE(Succeeded(Check(renamed, {"--signature-type", "lum"})));
     // A plain "lum" signature carries no name, so the binding refuses it.
     ASSERT_TRUE(Succeeded(Sign("regular", Manifest(), {"--type", "lum", "--replace"})));
@@ -236,9 +265,9 @@ TEST_F(SignatureTest, StockOpenSslSignatureWithAppendedTrailerVerifies)
 {
     const Path der = dir_ / "signature.der";
     ASSERT_TRUE(Succeeded(RunHostProcess(
-        {"openssl", "cms", "-sign", "-binary", "-in", Manifest().string(), "-signer", DemoPki("regular/leaf.pem"),
-         "-inkey", DemoPki("regular/leaf.key"), "-certfile", DemoPki("regular/inter.pem"), "-md", "sha256",
-         "-outform", "DER", "-out", der.string()})));
+        {"openssl", "cms", "-sign", "-binary", "-in", Manifest().string(), "-signer",
+         DemoPki("regular/leaf.pem"), "-inkey", DemoPki("regular/leaf.key"), "-certfile",
+         DemoPki("regular/inter.pem"), "-md", "sha256", "-outform", "DER", "-out", der.string()})));
     const std::string signature = ReadFile(der);
     const auto trailer = crypto::lum::MakeTrailer(static_cast<std::uint32_t>(signature.size()));
     WriteFile(Manifest(), content_ + signature + std::string(trailer.begin(), trailer.end()));

@@ -25,7 +25,8 @@ protected:
     void SignManifest(const std::string& key) const
     {
         WriteFile(Manifest(), content_);
-        ASSERT_TRUE(Succeeded(RunProgram(Program::Sign, {"--type", "vorn2", "--key", key, Manifest().string()})));
+        ASSERT_TRUE(Succeeded(
+            RunProgram(Program::Sign, {"--type", "vorn2", "--key", key, Manifest().string()})));
     }
 
     ProcessResult Check(Program program = Program::Checker) const
@@ -54,8 +55,8 @@ TEST_F(Vorn2Test, EachProgramTrustsOnlyItsOwnKeySet)
     EXPECT_TRUE(Succeeded(Check(Program::Tester), kSummaryOk));
     // A fresh key is in no compiled-in set.
     const Path key = dir_ / "fresh.key";
-    ASSERT_TRUE(Succeeded(
-        RunProgram(Program::Sign, {"--gen-key", "gost512", "--paramset", "B", "--output", key.string()})));
+    ASSERT_TRUE(Succeeded(RunProgram(
+        Program::Sign, {"--gen-key", "gost512", "--paramset", "B", "--output", key.string()})));
     SignManifest(key.string());
     EXPECT_TRUE(Failed(Check(), kUnknownKey));
     EXPECT_TRUE(Failed(Check(Program::Tester), kUnknownKey));

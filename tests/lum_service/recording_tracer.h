@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+
 #include <zel/tracer.h>
 
 namespace crypto::lum::test {
@@ -17,4 +18,4 @@ public:
     std::string text;
 };
 
-} // namespace crypto::lum::test
+}  // namespace crypto::lum::test

@@ -1,8 +1,8 @@
-#include "support/pki.h"
-
 #include <gtest/gtest.h>
 #include <lum/revocation.h>
 #include <lum/service.h>
+
+#include "support/pki.h"
 
 namespace crypto::lum {
 namespace {
@@ -127,5 +127,5 @@ TEST_F(RevocationCheckerTest, RefusesContainersThatBreakTheRules)
     EXPECT_EQ(reports_.at(0).data, A().HierarchyId());
 }
 
-} // namespace
-} // namespace crypto::lum
+}  // namespace
+}  // namespace crypto::lum

@@ -1,9 +1,10 @@
-#include "lum_service/recording_tracer.h"
-#include "support/pki.h"
+#include <optional>
 
 #include <gtest/gtest.h>
 #include <lum/service/lum_service.h>
-#include <optional>
+
+#include "lum_service/recording_tracer.h"
+#include "support/pki.h"
 
 namespace crypto::lum::service {
 namespace {
@@ -80,7 +81,7 @@ TEST_F(LumServiceTest, TestRootsNeedNoDatabaseUnlessThePolicySaysSo)
         static_cast<std::uint32_t>(CreateVerifierOptions::RevocationDatabaseIsOptional);
     const struct {
         const char* name;
-        Bytes trustedRoot; ///< none when empty
+        Bytes trustedRoot;  ///< none when empty
         TestRootHandlingPolicyFlags policy;
         std::uint32_t options;
         std::vector<RevocationDatabase> databases;
@@ -124,5 +125,5 @@ TEST_F(LumServiceTest, TestRootsNeedNoDatabaseUnlessThePolicySaysSo)
               flags::kSigned | flags::kTrusted | flags::kEmbedded | flags::kRevocationCheckSkipped);
 }
 
-} // namespace
-} // namespace crypto::lum::service
+}  // namespace
+}  // namespace crypto::lum::service

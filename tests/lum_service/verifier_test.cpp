@@ -1,10 +1,11 @@
-#include "lum_service/recording_tracer.h"
-#include "support/pki.h"
+#include <optional>
 
 #include <gtest/gtest.h>
 #include <lum/format.h>
 #include <lum/service.h>
-#include <optional>
+
+#include "lum_service/recording_tracer.h"
+#include "support/pki.h"
 
 namespace crypto::lum {
 namespace {
@@ -174,5 +175,5 @@ TEST_F(LumVerifierTest, ReportsEachFaultWithItsResultAndFlags)
     EXPECT_EQ(Verify(regular_->Sign(content_, named), {}, {}, "manifest.xml").result, lumOk);
 }
 
-} // namespace
-} // namespace crypto::lum
+}  // namespace
+}  // namespace crypto::lum

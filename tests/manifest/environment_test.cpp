@@ -58,12 +58,14 @@ TEST(EnvironmentTest, RefusalsNameTheVariable)
         {[] { Environment::Placeholder2Key("%Bin"); }, "Wrong format of environment variable %Bin"},
         {[] { Environment::Placeholder2Key("a%b"); }, "Wrong format of environment variable a%b"},
         {[&] { environment.GetValue("Unknown"); }, "Unknown environment variable Unknown"},
-        {[&] { environment.ExpandStrict("%Bin%/%Unknown%"); }, "Unknown environment variable Unknown"},
+        {[&] { environment.ExpandStrict("%Bin%/%Unknown%"); },
+         "Unknown environment variable Unknown"},
         {[&] { environment.Expand("%Half%/%Half%"); },
          "Expansion of environment variable Half is longer than 4096 bytes"},
         {[&] { environment.ExpandStrict("/x/%Half%%Half%"); },
          "Expansion of environment variable Half is longer than 4096 bytes"},
-        {[&] { environment.SetValue("%Bin%", ""); }, "Value of environment variable %Bin% is empty"},
+        {[&] { environment.SetValue("%Bin%", ""); },
+         "Value of environment variable %Bin% is empty"},
     };
     for (const auto& [action, message] : cases) {
         EXPECT_EQ(test::Refusal(action), message);

@@ -12,7 +12,11 @@ SystemInfo Uname(const std::string& machine, std::uint32_t major = 4, std::uint3
 {
     struct Service final : zel::ISystemInformationService {
         zel::SystemInformation info;
-        zel::Result GetSystemInformation(zel::SystemInformation& out) const override { out = info; return zel::kOk; }
+        zel::Result GetSystemInformation(zel::SystemInformation& out) const override
+        {
+            out = info;
+            return zel::kOk;
+        }
     } service;
     service.info.machine = machine;
     service.info.processorArchitecture = zel::ProcessorFromMachine(machine);
@@ -23,7 +27,8 @@ SystemInfo Uname(const std::string& machine, std::uint32_t major = 4, std::uint3
 
 TEST(FilterTest, TheFirstRejectingConditionIsTraced)
 {
-    EXPECT_EQ(test::Refusal([] { Uname("riscv64").GetBitness(); }), "Unsupported system architecture 65535");
+    EXPECT_EQ(test::Refusal([] { Uname("riscv64").GetBitness(); }),
+              "Unsupported system architecture 65535");
     const SystemInfo linux419 = Uname("x86_64");
     const SystemInfo linux504 = Uname("x86_64", 5, 4);
     const SystemInfo linux414 = Uname("x86_64", 4, 14);
@@ -42,8 +47,18 @@ TEST(FilterTest, TheFirstRejectingConditionIsTraced)
     const Case cases[] = {
         {linux419, [](Applicability&) {}, nullptr},
         {linux419, [](Applicability& e) { e.bitness = Bitness::Bits32; }, "bitness"},
-        {linux419, [](Applicability& e) { e.bitness = Bitness::Bits32; e.arch = Arch::X86; }, "arch"},
-        {linux419, [](Applicability& e) { e.minVersionNt = 601; e.maxVersionNt = 100; }, nullptr},
+        {linux419,
+         [](Applicability& e) {
+             e.bitness = Bitness::Bits32;
+             e.arch = Arch::X86;
+         },
+         "arch"},
+        {linux419,
+         [](Applicability& e) {
+             e.minVersionNt = 601;
+             e.maxVersionNt = 100;
+         },
+         nullptr},
         {linux419, [](Applicability& e) { e.linuxKernelVersion = 419; }, nullptr},
         {linux504, [](Applicability& e) { e.linuxKernelVersion = 419; }, "linuxKernelVersion"},
         {linux414, [](Applicability& e) { e.linuxKernelVersion = 419; }, "linuxKernelVersion"},

@@ -28,13 +28,14 @@ TEST(MakeUniqueTest, DuplicatesCollapseIntoTheFirstWithChecksSortedAndRepeatsDro
                       File("/a", {Check(CheckType::Exists), Check(CheckType::Sha256, {9})})};
     Collapse(manifest);
     ASSERT_EQ(manifest.files.size(), 2u);
-    EXPECT_EQ(manifest.files[0], File("/a", {Check(CheckType::Exists), Check(CheckType::Sha256, {1}),
-                                             Check(CheckType::Sha256, {1, 0}),
-                                             Check(CheckType::Sha256, {2})}));
+    EXPECT_EQ(manifest.files[0],
+              File("/a", {Check(CheckType::Exists), Check(CheckType::Sha256, {1}),
+                          Check(CheckType::Sha256, {1, 0}), Check(CheckType::Sha256, {2})}));
 
     manifest.directories.resize(1);
-    manifest.directories[0].files = {File("bin/x", {Check(CheckType::Sha256)}),
-                                     File("bin/x", {Check(CheckType::Sha256), Check(CheckType::Exists)})};
+    manifest.directories[0].files = {
+        File("bin/x", {Check(CheckType::Sha256)}),
+        File("bin/x", {Check(CheckType::Sha256), Check(CheckType::Exists)})};
     EXPECT_EQ(test::Refusal([&] { Collapse(manifest); }), "Mismatch check types found for bin/x");
 }
 

@@ -12,7 +12,10 @@
 namespace integrity_check_tool {
 namespace {
 
-int Sign(int value) { return value < 0 ? -1 : (value > 0 ? 1 : 0); }
+int Sign(int value)
+{
+    return value < 0 ? -1 : (value > 0 ? 1 : 0);
+}
 
 // Random pairs sharing a prefix of random length: short ones mix separators,
 // dots and bytes on both sides of '/'; long ones put the first difference and

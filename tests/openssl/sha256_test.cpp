@@ -1,12 +1,12 @@
+#include <boost/exception/get_error_info.hpp>
+#include <gtest/gtest.h>
+#include <zel/memory_io.h>
+
 #include "exception.h"
 #include "openssl/sha256.h"
 #include "utils/base64.h"
 #include "utils/hash_stream.h"
 #include "utils/hash_test_data.h"
-
-#include <boost/exception/get_error_info.hpp>
-#include <gtest/gtest.h>
-#include <zel/memory_io.h>
 
 namespace integrity_check_tool::openssl {
 namespace {
@@ -73,5 +73,5 @@ TEST_F(Sha256Test, StreamFailureThrowsWithTheStreamResult)
     }
 }
 
-} // namespace
-} // namespace integrity_check_tool::openssl
+}  // namespace
+}  // namespace integrity_check_tool::openssl

@@ -1,15 +1,16 @@
-#include "support/pki.h"
-#include "support/process.h"
-#include "support/temp_dir.h"
-
 #include <algorithm>
+#include <iterator>
+
 #include <boost/filesystem/operations.hpp>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <iterator>
 #include <lum/format.h>
 #include <openssl/pem.h>
 #include <openssl/x509.h>
+
+#include "support/pki.h"
+#include "support/process.h"
+#include "support/temp_dir.h"
 
 // The signatures are verified by the checker in the end-to-end tests; here
 // stock openssl reads what the tool writes, the tool keeps or replaces what
@@ -128,8 +129,8 @@ protected:
             file.ends_with(std::string(3, '\0') + static_cast<char>(length) + kVorn2Trailer));
     }
 
-    TempDir dir_;     ///< what the tool sees
-    TempDir scratch_; ///< openssl's files
+    TempDir dir_;      ///< what the tool sees
+    TempDir scratch_;  ///< openssl's files
     Path input_ = dir_ / "manifest.xml";
 };
 
@@ -285,7 +286,7 @@ TEST_F(SignToolTest, RefusalsNameTheProblemAndChangeNothing)
     const struct {
         std::string message;
         Arguments arguments;
-        std::string file = kContent; ///< what the file to sign holds
+        std::string file = kContent;  ///< what the file to sign holds
     } cases[] = {
         {"Nothing to do", {}},
         {"Give exactly one FILE", lum},
@@ -354,5 +355,5 @@ TEST_F(SignToolTest, RefusalsNameTheProblemAndChangeNothing)
     }
 }
 
-} // namespace
-} // namespace integrity_check_tool::test
+}  // namespace
+}  // namespace integrity_check_tool::test

@@ -13,8 +13,7 @@
 namespace integrity_check_tool::test {
 
 /// The description of the Exception `action` throws, or "no exception".
-template <class Action>
-std::string Refusal(const Action& action)
+template <class Action> std::string Refusal(const Action& action)
 {
     try {
         action();

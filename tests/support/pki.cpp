@@ -1,5 +1,8 @@
 #include "support/pki.h"
 
+#include <stdexcept>
+#include <type_traits>
+
 #include <lum/format.h>
 #include <openssl/bio.h>
 #include <openssl/cms.h>
@@ -9,8 +12,6 @@
 #include <openssl/rsa.h>
 #include <openssl/x509.h>
 #include <openssl/x509v3.h>
-#include <stdexcept>
-#include <type_traits>
 
 namespace integrity_check_tool::test::pki {
 
@@ -79,7 +80,7 @@ CertificateOptions CaOptions(const std::string& commonName, std::uint64_t serial
             .extendedKeyUsage = ""};
 }
 
-} // namespace
+}  // namespace
 
 Key Key::Generate(Type type)
 {
@@ -158,7 +159,7 @@ Blob MakeCrl(const Certificate& issuer, const Key& issuerKey,
         Check(ASN1_INTEGER_new(), "ASN1_INTEGER_new"), ASN1_INTEGER_free);
     for (const std::uint64_t serial : revokedSerials) {
         X509_REVOKED* entry = Check(X509_REVOKED_new(), "X509_REVOKED_new");
-        Check(X509_CRL_add0_revoked(crl.get(), entry), "X509_CRL_add0_revoked"); // owns it now
+        Check(X509_CRL_add0_revoked(crl.get(), entry), "X509_CRL_add0_revoked");  // owns it now
         Check(ASN1_INTEGER_set_uint64(number.get(), serial), "revoked serial");
         Check(X509_REVOKED_set_serialNumber(entry, number.get()), "revoked serial");
         Check(X509_REVOKED_set_revocationDate(entry, time.get()), "revocation date");
@@ -235,7 +236,7 @@ Blob Hierarchy::Crl(const std::vector<std::uint64_t>& serials) const
 Blob Hierarchy::HierarchyId() const
 {
     const ASN1_INTEGER* serial = X509_get0_serialNumber(root.get());
-    return Blob(serial->data, serial->data + serial->length); // positive serials only
+    return Blob(serial->data, serial->data + serial->length);  // positive serials only
 }
 
 Blob ToBlob(std::string_view text)
@@ -243,4 +244,4 @@ Blob ToBlob(std::string_view text)
     return Blob(text.begin(), text.end());
 }
 
-} // namespace integrity_check_tool::test::pki
+}  // namespace integrity_check_tool::test::pki

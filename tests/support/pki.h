@@ -1,15 +1,16 @@
 #pragma once
 
-#include "types.h"
-
 #include <cstdint>
 #include <memory>
-#include <openssl/types.h>
 #include <optional>
 #include <span>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include <openssl/types.h>
+
+#include "types.h"
 
 /// Test material made at run time with OpenSSL: keys, certificates, CRLs,
 /// "lum" signed files and revocation containers. Failures throw std::runtime_error.
@@ -75,7 +76,7 @@ struct SignOptions {
     std::optional<Blob> fileNameAttribute{};
     /// OID of that attribute; the build's FileNameAttributeOid() when empty.
     std::string fileNameOid{};
-    bool detached = true; ///< false embeds the content (not a valid "lum" signature)
+    bool detached = true;  ///< false embeds the content (not a valid "lum" signature)
 };
 
 /// DER of a CMS SignedData over `content` by `signer`, carrying `chain`.
@@ -110,4 +111,4 @@ struct Hierarchy {
 /// The bytes of `text`, for content built from string literals.
 Blob ToBlob(std::string_view text);
 
-} // namespace integrity_check_tool::test::pki
+}  // namespace integrity_check_tool::test::pki

@@ -48,7 +48,8 @@ std::vector<std::string> EmulatorCommand()
 }
 
 ProcessResult RunProcess(const std::string& program, const std::vector<std::string>& arguments,
-                         const std::string& workingDirectory, const std::vector<std::string>& launcher)
+                         const std::string& workingDirectory,
+                         const std::vector<std::string>& launcher)
 {
     std::vector<std::string> command = launcher;
     const std::vector<std::string> emulator = EmulatorCommand();

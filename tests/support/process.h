@@ -22,7 +22,8 @@ ProcessResult RunProcess(const std::string& program, const std::vector<std::stri
 
 /// Runs `command` (program first) natively, never under the emulator: for
 /// host tools such as openssl.
-ProcessResult RunHostProcess(std::vector<std::string> command, const std::string& workingDirectory = {});
+ProcessResult RunHostProcess(std::vector<std::string> command,
+                             const std::string& workingDirectory = {});
 
 /// The emulator command of a cross build, empty natively.
 std::vector<std::string> EmulatorCommand();

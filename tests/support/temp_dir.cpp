@@ -12,7 +12,8 @@ namespace integrity_check_tool::test {
 TempDir::TempDir(Access access)
 {
     const char* base = access == Access::Owner ? std::getenv("TMPDIR") : nullptr;
-    std::string pattern = std::string(base != nullptr && *base != '\0' ? base : "/tmp") + "/ict-test-XXXXXX";
+    std::string pattern =
+        std::string(base != nullptr && *base != '\0' ? base : "/tmp") + "/ict-test-XXXXXX";
     if (::mkdtemp(pattern.data()) == nullptr) {
         throw std::runtime_error("mkdtemp failed");
     }
@@ -29,8 +30,8 @@ TempDir::~TempDir()
     for (auto it = boost::filesystem::recursive_directory_iterator(path_, error);
          !error && it != boost::filesystem::recursive_directory_iterator(); it.increment(error)) {
         if (!boost::filesystem::is_symlink(it->path())) {
-            boost::filesystem::permissions(it->path(), boost::filesystem::owner_all |
-                                                           boost::filesystem::add_perms, error);
+            boost::filesystem::permissions(
+                it->path(), boost::filesystem::owner_all | boost::filesystem::add_perms, error);
         }
     }
     boost::filesystem::remove_all(path_, error);

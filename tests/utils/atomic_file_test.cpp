@@ -1,11 +1,10 @@
-#include "utils/atomic_file.h"
-
 #include <sys/stat.h>
 
 #include <boost/filesystem/operations.hpp>
 #include <gtest/gtest.h>
 
 #include "support/temp_dir.h"
+#include "utils/atomic_file.h"
 
 namespace integrity_check_tool::test {
 namespace {

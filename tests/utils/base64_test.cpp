@@ -1,19 +1,26 @@
-#include "utils/base64.h"
-
 #include <boost/archive/iterators/dataflow_exception.hpp>
 #include <gtest/gtest.h>
+
+#include "utils/base64.h"
 
 namespace integrity_check_tool {
 namespace {
 
-Blob Bytes(std::string_view text) { return Blob(text.begin(), text.end()); }
+Blob Bytes(std::string_view text)
+{
+    return Blob(text.begin(), text.end());
+}
 
 TEST(Base64Test, KnownAnswersForEveryRemainderAndOnlyTheAlphabet)
 {
-    const std::pair<Blob, const char*> cases[] = {
-        {{}, ""},         {{0x00}, "AA=="},            {{0x00, 0x00}, "AAA="},       {{0x00, 0x00, 0x00}, "AAAA"},
-        {Bytes("foob"), "Zm9vYg=="}, {Bytes("fooba"), "Zm9vYmE="}, {Bytes("foobar"), "Zm9vYmFy"},
-        {{0xFB, 0xFF, 0xBF}, "+/+/"}};
+    const std::pair<Blob, const char*> cases[] = {{{}, ""},
+                                                  {{0x00}, "AA=="},
+                                                  {{0x00, 0x00}, "AAA="},
+                                                  {{0x00, 0x00, 0x00}, "AAAA"},
+                                                  {Bytes("foob"), "Zm9vYg=="},
+                                                  {Bytes("fooba"), "Zm9vYmE="},
+                                                  {Bytes("foobar"), "Zm9vYmFy"},
+                                                  {{0xFB, 0xFF, 0xBF}, "+/+/"}};
     for (const auto& [bytes, text] : cases) {
         EXPECT_EQ(Base64Encode(bytes), text);
         EXPECT_EQ(Base64Decode(text), bytes) << text;

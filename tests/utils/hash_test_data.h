@@ -1,14 +1,15 @@
 #pragma once
 
-#include "types.h"
-
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <random>
 #include <string_view>
 #include <vector>
+
 #include <zel/io.h>
+
+#include "types.h"
 
 // Inputs and streams shared by the hashing tests.
 
@@ -113,4 +114,4 @@ inline zel::intrusive_ptr<ScriptedIO> FailingStream(Blob data, zel::Result error
     return zel::MakeIntrusive<ScriptedIO>(std::move(data), std::vector<std::size_t>{4096}, error);
 }
 
-} // namespace integrity_check_tool::test
+}  // namespace integrity_check_tool::test

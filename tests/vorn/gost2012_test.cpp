@@ -1,12 +1,13 @@
+#include <random>
+
+#include <gtest/gtest.h>
+#include <zel/memory_io.h>
+
 #include "utils/base64.h"
 #include "utils/hash_stream.h"
 #include "utils/hash_test_data.h"
 #include "vorn/gost2012.h"
 #include "vorn/streebog_core.h"
-
-#include <gtest/gtest.h>
-#include <random>
-#include <zel/memory_io.h>
 
 namespace integrity_check_tool::vorn {
 namespace {
@@ -100,5 +101,5 @@ TEST(Gost2012Test, VectorAndPortableCompressionAgree)
     }
 }
 
-} // namespace
-} // namespace integrity_check_tool::vorn
+}  // namespace
+}  // namespace integrity_check_tool::vorn

@@ -1,18 +1,19 @@
+#include <map>
+#include <optional>
+#include <span>
+#include <sstream>
+#include <string>
+
+#include <gtest/gtest.h>
+#include <openssl/asn1.h>
+#include <openssl/err.h>
+
 #include "utils/hash_test_data.h"
 #include "vorn/gost3410.h"
 #include "vorn/gost_asn1.h"
 #include "vorn/gost_curve.h"
 #include "vorn/gost_public_key.h"
 #include "vorn/streebog.h"
-
-#include <gtest/gtest.h>
-#include <map>
-#include <openssl/asn1.h>
-#include <openssl/err.h>
-#include <optional>
-#include <span>
-#include <sstream>
-#include <string>
 
 namespace integrity_check_tool::test {
 std::vector<std::span<const std::uint8_t>> Gost3410VectorFile();
@@ -132,7 +133,7 @@ TEST(Gost3410Test, SignatureVectors)
         const Result parsed = ParseKey(curve, vector.at("pub-hex"), key);
         const bool valid = vector.at("valid") == "yes";
         if (!valid && parsed != kSuccess) {
-            continue; // a key off its curve is refused before any signature
+            continue;  // a key off its curve is refused before any signature
         }
         ASSERT_EQ(parsed, kSuccess);
         const Blob signature = Hex(vector.at("sig-hex"));
@@ -171,7 +172,7 @@ TEST(Gost3410Test, KeyOutsideTheSubgroupOrCutShortIsRefused)
             break;
         }
     }
-    ERR_clear_error(); // values of x without a point
+    ERR_clear_error();  // values of x without a point
     EC_POINT_add(group, outside.get(), outside.get(), EC_GROUP_get0_generator(group), nullptr);
     ASSERT_EQ(EC_POINT_is_on_curve(group, outside.get(), nullptr), 1);
     Blob der = GostPublicKey(curve, curve.Oid(), std::move(outside)).ToDer();
@@ -186,5 +187,5 @@ TEST(Gost3410Test, KeyOutsideTheSubgroupOrCutShortIsRefused)
     EXPECT_EQ(GostPublicKey::Parse(rest, key), kInvalidParameters);
 }
 
-} // namespace
-} // namespace integrity_check_tool::vorn
+}  // namespace
+}  // namespace integrity_check_tool::vorn

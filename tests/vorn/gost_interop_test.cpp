@@ -1,11 +1,12 @@
+#include <cstdlib>
+#include <string>
+
+#include <gtest/gtest.h>
+
 #include "support/temp_dir.h"
 #include "vorn/gost3410.h"
 #include "vorn/signer.h"
 #include "vorn/streebog.h"
-
-#include <cstdlib>
-#include <gtest/gtest.h>
-#include <string>
 
 // Interoperability with Debian's GOST engine for OpenSSL: keys and
 // signatures made by `openssl` work here and the other way round. The
@@ -32,7 +33,7 @@ Blob Bytes(const std::string& text)
 struct Flavour {
     unsigned bits;
     const char* engineParamSet;
-    const char* ourParamSet; ///< of a key generated here
+    const char* ourParamSet;  ///< of a key generated here
 };
 
 // The 256-bit engine set "A" is the TC26 B curve under its older OID.
@@ -101,5 +102,5 @@ INSTANTIATE_TEST_SUITE_P(Flavours, GostInteropTest, ::testing::ValuesIn(kFlavour
                                     param.param.engineParamSet;
                          });
 
-} // namespace
-} // namespace integrity_check_tool::vorn
+}  // namespace
+}  // namespace integrity_check_tool::vorn

@@ -1,12 +1,13 @@
+#include <string>
+
+#include <gtest/gtest.h>
+
 #include "support/temp_dir.h"
 #include "vorn/gost2012_signature_verifier.h"
 #include "vorn/gost_key_set.h"
 #include "vorn/signer.h"
 #include "vorn/vorn2_record.h"
 #include "vorn/vorn_exception.h"
-
-#include <gtest/gtest.h>
-#include <string>
 
 namespace integrity_check_tool::vorn {
 namespace {
@@ -85,9 +86,9 @@ TEST_F(Vorn2Test, AnyChangedByteFails)
         const std::size_t offset = i - content.size();
         if (i < content.size() || (offset >= 9 && offset < 73)) {
             EXPECT_EQ(step_, "Invalid signature");
-        } else if (offset == 0) { // version 1 became 0
+        } else if (offset == 0) {  // version 1 became 0
             EXPECT_EQ(code, kUnknownGostVersion);
-        } else if (offset < 9) { // the key id names no key of the set
+        } else if (offset < 9) {  // the key id names no key of the set
             EXPECT_EQ(code, kKeyNotFound);
         } else if (offset < 77) {
             // The length now points past the file, or at a content byte
@@ -148,5 +149,5 @@ TEST(GostKeySetTest, BlobsMustHoldWellFormedKeysOfTheirSize)
     }
 }
 
-} // namespace
-} // namespace integrity_check_tool::vorn
+}  // namespace
+}  // namespace integrity_check_tool::vorn

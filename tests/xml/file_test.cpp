@@ -30,12 +30,16 @@ std::string Refusal(const std::string& text)
         const int* row = boost::get_error_info<XmlRow>(error);
         const int* column = boost::get_error_info<XmlColumn>(error);
         const bool placed = row != nullptr && column != nullptr;
-        return error.GetDescription() + (placed ? " @" + std::to_string(*row) + ":" + std::to_string(*column) : "");
+        return error.GetDescription() +
+               (placed ? " @" + std::to_string(*row) + ":" + std::to_string(*column) : "");
     }
     return "no exception";
 }
 
-std::string Manifest1(const std::string& body) { return "<Manifest>" + body + "</Manifest>"; }
+std::string Manifest1(const std::string& body)
+{
+    return "<Manifest>" + body + "</Manifest>";
+}
 
 // Escapes and bytes no text encoding expects must survive writing and
 // reading again.
@@ -52,7 +56,9 @@ TEST(XmlFileTest, ReadsTheCurrentDialectAndWritesItBackEqual)
     </Registry>
     <File path="/z&#9;tab&#10;line"><Check/></File>
     <Files path="/opt" edition="Desktop" bitness="64">
-      <File path="b"/><File path="a)" "\xE9\xFF\xFE" R"("/>
+      <File path="b"/><File path="a)"
+                                   "\xE9\xFF\xFE"
+                                   R"("/>
     </Files>
     <File path="/a" linuxKernelVersion="419"><Check type="Sha256" value="AQID"/><Check type="Exists" value=""/></File>
   </Manifest>
@@ -93,10 +99,10 @@ TEST(XmlFileTest, NumbersTakeHexPrefixesValuesMayBeLongAndCheckValuesAreBase64)
     // Canonical check values take a quicker decoder than the others; both
     // must read every value as Base64Decode does, padding bits and odd '='
     // included.
-    for (const std::string value :
-         {"", "r80dezmoIOL0Zbmhap54bk9FCYAYXcQG7IFMcqi4i/g=", "AQID", "AQI=", "AQ==", "QR==", "A=A=",
-          "AQ", "AQIDBA", "===="}) {
-        const Manifest loaded = Load(Manifest1("<File path='/a'><Check type='Sha256' value='" + value + "'/></File>"));
+    for (const std::string value : {"", "r80dezmoIOL0Zbmhap54bk9FCYAYXcQG7IFMcqi4i/g=", "AQID",
+                                    "AQI=", "AQ==", "QR==", "A=A=", "AQ", "AQIDBA", "===="}) {
+        const Manifest loaded =
+            Load(Manifest1("<File path='/a'><Check type='Sha256' value='" + value + "'/></File>"));
         EXPECT_EQ(loaded.files[0].checks[0]->value, Base64Decode(value)) << value;
     }
     EXPECT_THROW(Load(Manifest1("<File path='/a'><Check value='AQ!='/></File>")), std::exception);
@@ -133,11 +139,14 @@ TEST(XmlFileTest, FailuresCarryTheirMessageAndPosition)
     }
     // Positions are given where they tell the author something.
     const std::pair<std::string, std::string> cases[] = {
-        {"<IntegrityManifest>\n  <File edition=\"Server\"><Path>x</Path></File></IntegrityManifest>",
+        {"<IntegrityManifest>\n  <File "
+         "edition=\"Server\"><Path>x</Path></File></IntegrityManifest>",
          "XML attribute edition has invalid value: Server @2:3"},
-        {"<IntegrityManifest><File><Path>x</Path><Hash algorithm='MD5'/></File></IntegrityManifest>",
+        {"<IntegrityManifest><File><Path>x</Path><Hash "
+         "algorithm='MD5'/></File></IntegrityManifest>",
          "XML attribute algorithm has invalid value: MD5"},
-        {Manifest1("\n<File path='a'>\n <Check type='sha256'/></File>"), "Invalid name: sha256 @3:2"},
+        {Manifest1("\n<File path='a'>\n <Check type='sha256'/></File>"),
+         "Invalid name: sha256 @3:2"},
         {Manifest1("<File minVersionNt='0x'/>"), "Invalid number: 0x"},
         {Manifest1("<File minVersionNt='-1'/>"), "Invalid number: -1"},
         {Manifest1("<File minVersionNt='4294967296'/>"), "Invalid number: 4294967296"},
@@ -147,7 +156,8 @@ TEST(XmlFileTest, FailuresCarryTheirMessageAndPosition)
         {"", "Error document empty."},
         // Of several faulty entries the first in the document is reported,
         // not the first in path order.
-        {Manifest1("\n<File path='/z' arch='x64'/>\n<File path='/a' minVersionNt='bad'/>"), "Invalid name: x64 @2:1"},
+        {Manifest1("\n<File path='/z' arch='x64'/>\n<File path='/a' minVersionNt='bad'/>"),
+         "Invalid name: x64 @2:1"},
     };
     for (const auto& [text, refusal] : cases) {
         SCOPED_TRACE(text.substr(0, 100));

@@ -1,8 +1,9 @@
+#include <tinyxml.h>
+
 #include <random>
 #include <string>
 
 #include <gtest/gtest.h>
-#include <tinyxml.h>
 
 #include "xml/nesting.h"
 
@@ -19,7 +20,8 @@ std::size_t Scan(const std::string& text, std::size_t limit = 1000)
 std::size_t TreeDepth(const TiXmlNode& node)
 {
     std::size_t deepest = 0;
-    for (const TiXmlNode* child = node.FirstChild(); child != nullptr; child = child->NextSibling()) {
+    for (const TiXmlNode* child = node.FirstChild(); child != nullptr;
+         child = child->NextSibling()) {
         if (child->ToElement() != nullptr) {
             deepest = std::max(deepest, 1 + TreeDepth(*child));
         }
@@ -38,10 +40,33 @@ TEST(NestingTest, CountsElementLevelsOnly)
 // mixing markup, quotes, entities and multi-byte lead bytes check that.
 TEST(NestingTest, NeverUnderestimatesTheParser)
 {
-    const char* const pieces[] = {"<a>", "</a>", "<b x='1'>", "</b>", "<c/>", "'", "\"", "<",
-                                  ">", "/>", "&#x41;", "&#x", ";", "&amp;", "<!--", "-->",
-                                  "<![CDATA[", "]]>", "<?xml encoding='UTF-8'?>", "<!D>",
-                                  "\xE0", "\xF0", "\xEF\xBB\xBF", " ", "x", "=", "<a y=\"",
+    const char* const pieces[] = {"<a>",
+                                  "</a>",
+                                  "<b x='1'>",
+                                  "</b>",
+                                  "<c/>",
+                                  "'",
+                                  "\"",
+                                  "<",
+                                  ">",
+                                  "/>",
+                                  "&#x41;",
+                                  "&#x",
+                                  ";",
+                                  "&amp;",
+                                  "<!--",
+                                  "-->",
+                                  "<![CDATA[",
+                                  "]]>",
+                                  "<?xml encoding='UTF-8'?>",
+                                  "<!D>",
+                                  "\xE0",
+                                  "\xF0",
+                                  "\xEF\xBB\xBF",
+                                  " ",
+                                  "x",
+                                  "=",
+                                  "<a y=\"",
                                   "</a >"};
     std::mt19937 random(4242);
     std::uniform_int_distribution<std::size_t> pick(0, std::size(pieces) - 1);

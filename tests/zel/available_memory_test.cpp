@@ -16,7 +16,9 @@ TEST(AvailableMemoryTest, SystemMemoryIsLoweredToTheTightestGroupLimit)
     TempDir dir;
     const std::string proc = (dir / "proc").string();
     const std::string cgroup = (dir / "cgroup").string();
-    WriteFile(dir / "proc/meminfo", "MemTotal:       16777216 kB\nMemAvailable:    8388608 kB\nSwapFree:        1048576 kB\n");
+    WriteFile(
+        dir / "proc/meminfo",
+        "MemTotal:       16777216 kB\nMemAvailable:    8388608 kB\nSwapFree:        1048576 kB\n");
 
     // No control group file: memory and swap.
     EXPECT_EQ(AvailableMemory(proc, cgroup), 9 * kGiB);

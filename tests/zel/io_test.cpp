@@ -47,8 +47,10 @@ TEST(FileIOTest, ReadsAndSeeksGiveTheFileBytes)
         return io;
     };
     for (std::size_t readAhead : {std::size_t{1}, std::size_t{4096}, std::size_t{65536}}) {
-        for (std::size_t chunk : {std::size_t{1}, std::size_t{4095}, std::size_t{4096}, std::size_t{70'000}}) {
-            EXPECT_EQ(ReadAll(*open("small", readAhead), chunk), small) << readAhead << "/" << chunk;
+        for (std::size_t chunk :
+             {std::size_t{1}, std::size_t{4095}, std::size_t{4096}, std::size_t{70'000}}) {
+            EXPECT_EQ(ReadAll(*open("small", readAhead), chunk), small)
+                << readAhead << "/" << chunk;
         }
     }
     for (std::size_t chunk : {std::size_t{4096}, std::size_t{3'000'001}}) {

@@ -1,11 +1,10 @@
 #include "updater/storage.h"
 
 #include <sys/stat.h>
+#include <zlib.h>
 
 #include <cerrno>
 #include <vector>
-
-#include <zlib.h>
 
 #include <zel/file_io.h>
 #include <zel/memory_io.h>
@@ -95,7 +94,8 @@ public:
         std::vector<std::uint8_t> compressed(static_cast<std::size_t>(size));
         std::size_t total = 0;
         while (total < compressed.size()) {
-            if (zel::Failed(result = file->Read(compressed.data() + total, compressed.size() - total, &read))) {
+            if (zel::Failed(result = file->Read(compressed.data() + total,
+                                                compressed.size() - total, &read))) {
                 return result;
             }
             if (read == 0) {

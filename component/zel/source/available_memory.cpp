@@ -46,8 +46,10 @@ std::optional<std::uint64_t> MeminfoField(const std::string& meminfo, std::strin
     std::istringstream lines(meminfo);
     std::string line;
     while (std::getline(lines, line)) {
-        if (line.size() > name.size() && line.compare(0, name.size(), name) == 0 && line[name.size()] == ':') {
-            const std::optional<std::uint64_t> kib = ParseUnsigned(std::string_view(line).substr(name.size() + 1));
+        if (line.size() > name.size() && line.compare(0, name.size(), name) == 0 &&
+            line[name.size()] == ':') {
+            const std::optional<std::uint64_t> kib =
+                ParseUnsigned(std::string_view(line).substr(name.size() + 1));
             if (kib && *kib <= UINT64_MAX / 1024) {
                 return *kib * 1024;
             }
@@ -113,7 +115,8 @@ std::optional<std::uint64_t> CgroupLimit(const std::string& procRoot, const std:
 
 }  // namespace
 
-std::optional<std::uint64_t> AvailableMemory(const std::string& procRoot, const std::string& cgroupRoot)
+std::optional<std::uint64_t> AvailableMemory(const std::string& procRoot,
+                                             const std::string& cgroupRoot)
 {
     const std::optional<std::string> meminfo = ReadText(procRoot + "/meminfo");
     if (!meminfo) {

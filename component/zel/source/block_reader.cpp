@@ -6,7 +6,8 @@
 
 namespace zel {
 
-BlockReader::BlockReader(int fd, std::size_t blockSize, std::size_t blocks) : blockSize_(blockSize), blocks_(blocks), fd_(fd)
+BlockReader::BlockReader(int fd, std::size_t blockSize, std::size_t blocks)
+    : blockSize_(blockSize), blocks_(blocks), fd_(fd)
 {
     for (Block& block : blocks_) {
         block.data.reset(new unsigned char[blockSize]);

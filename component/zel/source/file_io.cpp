@@ -13,7 +13,10 @@ namespace zel {
 
 namespace {
 
-Result LastError() { return ResultFromErrno(errno); }
+Result LastError()
+{
+    return ResultFromErrno(errno);
+}
 
 constexpr std::size_t kBackgroundBlock = 1024 * 1024;
 constexpr std::size_t kBackgroundBlocks = 4;
@@ -55,15 +58,18 @@ Result FileIO::Open(const std::string& path, OpenMode mode, IIOPtr& io, std::siz
     }
     FileIO* file = nullptr;
     try {
-        file = new FileIO(fd, static_cast<std::uint64_t>(status.st_size), mode == OpenMode::Read ? readAhead : 0);
+        file = new FileIO(fd, static_cast<std::uint64_t>(status.st_size),
+                          mode == OpenMode::Read ? readAhead : 0);
     } catch (const std::bad_alloc&) {
         ::close(fd);
         return kOutOfMemory;
     }
     io.reset(file);
-    if (mode == OpenMode::Read && static_cast<std::uint64_t>(status.st_size) >= kBackgroundReadSize) {
+    if (mode == OpenMode::Read &&
+        static_cast<std::uint64_t>(status.st_size) >= kBackgroundReadSize) {
         try {
-            file->background_ = std::make_unique<BlockReader>(fd, kBackgroundBlock, kBackgroundBlocks);
+            file->background_ =
+                std::make_unique<BlockReader>(fd, kBackgroundBlock, kBackgroundBlocks);
         } catch (const std::exception&) {
             // No thread or no memory for it: the file is read in place.
         }

@@ -19,16 +19,26 @@ std::string ResultMessage(Result result)
         return ::strerror_r(error, buffer, sizeof buffer);
     }
     switch (result) {
-    case kOk: return "Success";
-    case kFalse: return "False";
-    case kFail: return "Unspecified failure";
-    case kInvalidArgument: return "Invalid argument";
-    case kNotImplemented: return "Not implemented";
-    case kOutOfMemory: return "Out of memory";
-    case kUnexpectedEnd: return "Unexpected end of stream";
-    case kNotRegularFile: return "Not a regular file";
-    case kTooLarge: return "Object is too large";
-    default: return "Unknown result code " + std::to_string(result);
+    case kOk:
+        return "Success";
+    case kFalse:
+        return "False";
+    case kFail:
+        return "Unspecified failure";
+    case kInvalidArgument:
+        return "Invalid argument";
+    case kNotImplemented:
+        return "Not implemented";
+    case kOutOfMemory:
+        return "Out of memory";
+    case kUnexpectedEnd:
+        return "Unexpected end of stream";
+    case kNotRegularFile:
+        return "Not a regular file";
+    case kTooLarge:
+        return "Object is too large";
+    default:
+        return "Unknown result code " + std::to_string(result);
     }
 }
 

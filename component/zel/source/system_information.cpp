@@ -77,7 +77,8 @@ std::uint32_t ProcessorFromMachine(std::string_view machine) noexcept
     return kProcessorUnknown;
 }
 
-bool ParseKernelRelease(std::string_view release, std::uint32_t& major, std::uint32_t& minor) noexcept
+bool ParseKernelRelease(std::string_view release, std::uint32_t& major,
+                        std::uint32_t& minor) noexcept
 {
     std::uint32_t first = 0;
     std::uint32_t second = 0;

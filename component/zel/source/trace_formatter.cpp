@@ -2,8 +2,8 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <string>
 #include <ctime>
+#include <string>
 
 #include "zel/tracer.h"
 
@@ -58,7 +58,9 @@ std::string TraceFormatter::Format(const TraceRecord& record, std::uint64_t sequ
         }
         const char letter = pattern_[++i];
         switch (letter) {
-        case '%': out.push_back('%'); break;
+        case '%':
+            out.push_back('%');
+            break;
         case 'X':
             AppendNumber(out, local.tm_hour, 2);
             out.push_back(':');
@@ -75,18 +77,42 @@ std::string TraceFormatter::Format(const TraceRecord& record, std::uint64_t sequ
             out.push_back('-');
             AppendNumber(out, local.tm_mday, 2);
             break;
-        case 'Y': AppendNumber(out, local.tm_year + 1900LL, 4); break;
-        case 'm': AppendNumber(out, local.tm_mon + 1LL, 2); break;
-        case 'd': AppendNumber(out, local.tm_mday, 2); break;
-        case 'H': AppendNumber(out, local.tm_hour, 2); break;
-        case 'M': AppendNumber(out, local.tm_min, 2); break;
-        case 'S': AppendNumber(out, local.tm_sec, 2); break;
-        case 'I': AppendNumber(out, static_cast<long long>(::syscall(SYS_gettid))); break;
-        case 'P': AppendNumber(out, static_cast<long long>(::getpid())); break;
-        case 'p': AppendNumber(out, static_cast<long long>(record.level)); break;
-        case 'i': AppendNumber(out, static_cast<long long>(sequence)); break;
-        case 'N': out += HostName(); break;
-        case 'C': out += "zel"; break;
+        case 'Y':
+            AppendNumber(out, local.tm_year + 1900LL, 4);
+            break;
+        case 'm':
+            AppendNumber(out, local.tm_mon + 1LL, 2);
+            break;
+        case 'd':
+            AppendNumber(out, local.tm_mday, 2);
+            break;
+        case 'H':
+            AppendNumber(out, local.tm_hour, 2);
+            break;
+        case 'M':
+            AppendNumber(out, local.tm_min, 2);
+            break;
+        case 'S':
+            AppendNumber(out, local.tm_sec, 2);
+            break;
+        case 'I':
+            AppendNumber(out, static_cast<long long>(::syscall(SYS_gettid)));
+            break;
+        case 'P':
+            AppendNumber(out, static_cast<long long>(::getpid()));
+            break;
+        case 'p':
+            AppendNumber(out, static_cast<long long>(record.level));
+            break;
+        case 'i':
+            AppendNumber(out, static_cast<long long>(sequence));
+            break;
+        case 'N':
+            out += HostName();
+            break;
+        case 'C':
+            out += "zel";
+            break;
         default:
             out.push_back('%');
             out.push_back(letter);

@@ -20,8 +20,8 @@ void Tracer::Write(std::uint32_t level, std::string_view message) noexcept
     }
     try {
         std::lock_guard<std::mutex> lock(mutex_);
-        std::string line = formatter_ ? formatter_->Format({level, message}, sequence_++)
-                                      : std::string();
+        std::string line =
+            formatter_ ? formatter_->Format({level, message}, sequence_++) : std::string();
         line.append(message);
         line.push_back('\n');
         channel_->Write(line);

@@ -1,9 +1,9 @@
 #include "chain_validator.h"
 
+#include <stdexcept>
+
 #include "lum/flags.h"
 #include "x509_util.h"
-
-#include <stdexcept>
 
 namespace crypto::lum {
 
@@ -23,7 +23,7 @@ int CollectError(int ok, X509_STORE_CTX* context)
     return 1;
 }
 
-} // namespace
+}  // namespace
 
 std::uint32_t FlagForChainError(int error) noexcept
 {
@@ -136,4 +136,4 @@ const X509* ChainValidator::FindRoot(const X509& certificate) const
     return nullptr;
 }
 
-} // namespace crypto::lum
+}  // namespace crypto::lum

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "lum/format.h"
-#include "openssl_ptr.h"
-
 #include <string>
 #include <vector>
+
+#include "lum/format.h"
+#include "openssl_ptr.h"
 
 namespace crypto::lum {
 
@@ -13,9 +13,9 @@ std::uint32_t FlagForChainError(int error) noexcept;
 
 /// Outcome of building and checking a signer's chain.
 struct ChainResult {
-    std::uint32_t flags = 0;         ///< failure flags; 0 for a good chain
-    CertificateStackPtr chain;       ///< leaf first; ends at a trusted root only when flags is 0
-    std::vector<std::string> errors; ///< "depth N: reason" for the trace
+    std::uint32_t flags = 0;          ///< failure flags; 0 for a good chain
+    CertificateStackPtr chain;        ///< leaf first; ends at a trusted root only when flags is 0
+    std::vector<std::string> errors;  ///< "depth N: reason" for the trace
 };
 
 /// Builds chains to a fixed set of trusted roots with the default purpose.
@@ -36,4 +36,4 @@ private:
     std::vector<X509Ptr> roots_;
 };
 
-} // namespace crypto::lum
+}  // namespace crypto::lum

@@ -1,11 +1,12 @@
+#include <exception>
+#include <new>
+
+#include <zel/exception.h>
+
 #include "lum/revocation.h"
 #include "lum/service.h"
 #include "signature_verifier.h"
 #include "x509_util.h"
-
-#include <exception>
-#include <new>
-#include <zel/exception.h>
 
 namespace crypto::lum {
 
@@ -64,7 +65,7 @@ zel::Result CreateVerifier(const CreationTracer& tracer, const zel::ITracerPtr& 
     return zel::kOk;
 }
 
-} // namespace
+}  // namespace
 
 zel::Result LumCreateVerifier(const zel::ITracerPtr& tracer, const std::vector<Bytes>& roots,
                               ByteSpan crlContainer, ILumSignatureVerifierPtr& verifier)
@@ -94,4 +95,4 @@ zel::Result LumCreateVerifier(const zel::ITracerPtr& tracer, const std::vector<B
     return result;
 }
 
-} // namespace crypto::lum
+}  // namespace crypto::lum

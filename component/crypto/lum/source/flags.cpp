@@ -37,4 +37,4 @@ std::string VerificationFlagsToString(std::uint32_t value)
     return text;
 }
 
-} // namespace crypto::lum
+}  // namespace crypto::lum

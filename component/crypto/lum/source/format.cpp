@@ -58,8 +58,15 @@ Bytes FileNameToBmp(std::string_view name)
     std::size_t i = 0;
     while (i < name.size()) {
         const auto lead = static_cast<std::uint8_t>(name[i]);
-        const std::size_t length = lead < 0x80 ? 1 : (lead >> 5) == 0x6 ? 2 : (lead >> 4) == 0xE ? 3 : (lead >> 3) == 0x1E ? 4 : 0;
-        std::uint32_t code = length == 1 ? lead : length == 2 ? lead & 0x1Fu : length == 3 ? lead & 0x0Fu : lead & 0x07u;
+        const std::size_t length = lead < 0x80           ? 1
+                                   : (lead >> 5) == 0x6  ? 2
+                                   : (lead >> 4) == 0xE  ? 3
+                                   : (lead >> 3) == 0x1E ? 4
+                                                         : 0;
+        std::uint32_t code = length == 1   ? lead
+                             : length == 2 ? lead & 0x1Fu
+                             : length == 3 ? lead & 0x0Fu
+                                           : lead & 0x07u;
         bool valid = length != 0 && name.size() - i >= length;
         for (std::size_t k = 1; valid && k < length; ++k) {
             const auto next = static_cast<std::uint8_t>(name[i + k]);
@@ -68,7 +75,8 @@ Bytes FileNameToBmp(std::string_view name)
         }
         // Overlong forms, surrogates and values past U+10FFFF are not UTF-8.
         static constexpr std::uint32_t kMinimum[] = {0, 0, 0x80, 0x800, 0x10000};
-        valid = valid && code >= kMinimum[length] && code <= 0x10FFFF && (code < 0xD800 || code > 0xDFFF);
+        valid = valid && code >= kMinimum[length] && code <= 0x10FFFF &&
+                (code < 0xD800 || code > 0xDFFF);
         if (!valid) {
             AppendUtf16(out, 0xFFFD);
             ++i;
@@ -124,7 +132,8 @@ std::optional<std::vector<RevocationDatabaseView>> ParseContainer(ByteSpan conta
     databases.reserve(std::min<std::size_t>(count, (container.size() - offset) / 8));
     for (std::uint32_t i = 0; i < count; ++i) {
         RevocationDatabaseView database;
-        if (!ReadField(container, offset, database.hierarchyId) || !ReadField(container, offset, database.crl)) {
+        if (!ReadField(container, offset, database.hierarchyId) ||
+            !ReadField(container, offset, database.crl)) {
             return std::nullopt;
         }
         databases.push_back(database);

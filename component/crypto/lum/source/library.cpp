@@ -1,9 +1,10 @@
 #include "library.h"
 
-#include "lum/service.h"
-
 #include <atomic>
+
 #include <openssl/crypto.h>
+
+#include "lum/service.h"
 
 namespace crypto::lum {
 
@@ -11,7 +12,7 @@ namespace {
 
 std::atomic<int> g_references{0};
 
-} // namespace
+}  // namespace
 
 bool IsLibraryInitialized() noexcept
 {
@@ -51,4 +52,4 @@ LibraryReference::~LibraryReference()
     LumReleaseLibrary();
 }
 
-} // namespace crypto::lum
+}  // namespace crypto::lum

@@ -15,4 +15,4 @@ public:
     LibraryReference& operator=(const LibraryReference&) = delete;
 };
 
-} // namespace crypto::lum
+}  // namespace crypto::lum

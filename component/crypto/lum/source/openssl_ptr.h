@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+
 #include <openssl/bn.h>
 #include <openssl/cms.h>
 #include <openssl/x509.h>
@@ -30,4 +31,4 @@ using CmsPtr =
 using BignumPtr = std::unique_ptr<BIGNUM, OpenSslDeleter<BIGNUM, BN_free>>;
 using Asn1ObjectPtr = std::unique_ptr<ASN1_OBJECT, OpenSslDeleter<ASN1_OBJECT, ASN1_OBJECT_free>>;
 
-} // namespace crypto::lum
+}  // namespace crypto::lum

@@ -22,4 +22,4 @@ std::string LumResultName(std::int32_t result)
     return kNames[static_cast<std::size_t>(lumIncompleteSignature - result)];
 }
 
-} // namespace crypto::lum
+}  // namespace crypto::lum

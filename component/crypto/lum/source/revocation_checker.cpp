@@ -1,12 +1,13 @@
 #include "revocation_checker.h"
 
+#include <algorithm>
+#include <new>
+
+#include <openssl/err.h>
+
 #include "library.h"
 #include "lum/result.h"
 #include "x509_util.h"
-
-#include <algorithm>
-#include <new>
-#include <openssl/err.h>
 
 namespace crypto::lum {
 
@@ -69,7 +70,7 @@ std::int32_t LoadDatabases(ByteSpan container, const LumRevocationReporter& repo
                                   database.hierarchyId.begin(), database.hierarchyId.end());
             });
         if (entry == entries.end()) {
-            continue; // a hierarchy this verifier does not accept
+            continue;  // a hierarchy this verifier does not accept
         }
         if (entry->crl) {
             Report(reporter, "Duplicate revocation database.", database.hierarchyId, index,
@@ -105,7 +106,7 @@ std::int32_t LoadDatabases(ByteSpan container, const LumRevocationReporter& repo
     return lumOk;
 }
 
-} // namespace
+}  // namespace
 
 const RevocationDatabaseInfo* RevocationChecker::GetDatabase(std::size_t index) const
 {
@@ -154,4 +155,4 @@ std::int32_t LumCreateRevocationChecker(std::span<const ByteSpan> requiredRoots,
     }
 }
 
-} // namespace crypto::lum
+}  // namespace crypto::lum

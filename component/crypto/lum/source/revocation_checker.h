@@ -1,9 +1,9 @@
 #pragma once
 
+#include <vector>
+
 #include "lum/revocation.h"
 #include "openssl_ptr.h"
-
-#include <vector>
 
 namespace crypto::lum {
 
@@ -14,7 +14,7 @@ public:
         X509Ptr root;
         Bytes hierarchyId;
         bool required = false;
-        X509CrlPtr crl; ///< null when the root has no database
+        X509CrlPtr crl;  ///< null when the root has no database
         RevocationDatabaseInfo info;
     };
 
@@ -29,4 +29,4 @@ private:
     std::vector<Entry> entries_;
 };
 
-} // namespace crypto::lum
+}  // namespace crypto::lum

@@ -1,14 +1,15 @@
 #include "signature_verifier.h"
 
-#include "x509_util.h"
-
 #include <algorithm>
 #include <new>
+
 #include <openssl/crypto.h>
 #include <openssl/err.h>
 #include <openssl/evp.h>
 #include <openssl/objects.h>
 #include <openssl/x509v3.h>
+
+#include "x509_util.h"
 
 namespace crypto::lum {
 
@@ -91,7 +92,7 @@ std::int32_t ResultForFlags(std::uint32_t value, bool attributeMatched)
     return lumErrUntrusted;
 }
 
-} // namespace
+}  // namespace
 
 LumSignatureVerifierImpl::LumSignatureVerifierImpl(zel::ITracerPtr tracer,
                                                    const std::vector<Bytes>& roots,
@@ -250,4 +251,4 @@ std::uint32_t LumSignatureVerifierImpl::CheckSigner(X509& signer,
     return result;
 }
 
-} // namespace crypto::lum
+}  // namespace crypto::lum

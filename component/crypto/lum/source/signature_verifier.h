@@ -42,4 +42,4 @@ private:
     ILumRevocationCheckerPtr checker_;
 };
 
-} // namespace crypto::lum
+}  // namespace crypto::lum

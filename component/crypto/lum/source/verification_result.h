@@ -1,8 +1,8 @@
 #pragma once
 
-#include "lum/service.h"
-
 #include <optional>
+
+#include "lum/service.h"
 
 namespace crypto::lum {
 
@@ -39,4 +39,4 @@ private:
     std::optional<std::uint64_t> contentSize_;
 };
 
-} // namespace crypto::lum
+}  // namespace crypto::lum

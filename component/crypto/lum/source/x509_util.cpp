@@ -22,7 +22,7 @@ Ptr DecodeExactly(ByteSpan der)
     return object;
 }
 
-} // namespace
+}  // namespace
 
 X509Ptr ParseCertificate(ByteSpan der)
 {
@@ -75,4 +75,4 @@ std::string TimeText(const ASN1_TIME* time)
     return text;
 }
 
-} // namespace crypto::lum
+}  // namespace crypto::lum

@@ -1,9 +1,9 @@
 #pragma once
 
+#include <string>
+
 #include "lum/format.h"
 #include "openssl_ptr.h"
-
-#include <string>
 
 namespace crypto::lum {
 
@@ -25,4 +25,4 @@ std::string Hex(ByteSpan bytes);
 /// "YYYY-MM-DD HH:MM:SS" of an ASN.1 time, or "?" when it does not convert.
 std::string TimeText(const ASN1_TIME* time);
 
-} // namespace crypto::lum
+}  // namespace crypto::lum

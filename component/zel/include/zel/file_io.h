@@ -2,8 +2,8 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <string>
 #include <memory>
+#include <string>
 
 #include "zel/block_reader.h"
 #include "zel/io.h"
@@ -55,12 +55,12 @@ private:
     std::size_t capacity_;
     std::size_t begin_ = 0;  // unread window of buffer_
     std::size_t end_ = 0;
-    std::uint64_t position_ = 0;  // of the descriptor, after the buffered bytes
-    bool drained_ = false;        // the last fill reached the end
+    std::uint64_t position_ = 0;               // of the descriptor, after the buffered bytes
+    bool drained_ = false;                     // the last fill reached the end
     std::unique_ptr<BlockReader> background_;  // large files only, until a seek
-    BlockReader::Block* block_ = nullptr;       // the block being handed out
+    BlockReader::Block* block_ = nullptr;      // the block being handed out
     std::size_t blockOffset_ = 0;
-    std::uint64_t delivered_ = 0;                // bytes handed out by the background path
+    std::uint64_t delivered_ = 0;  // bytes handed out by the background path
     bool backgroundEnded_ = false;
     Result backgroundResult_ = kOk;
 };

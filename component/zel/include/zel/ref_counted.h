@@ -7,8 +7,7 @@
 
 namespace zel {
 
-template <class T>
-using intrusive_ptr = boost::intrusive_ptr<T>;
+template <class T> using intrusive_ptr = boost::intrusive_ptr<T>;
 
 /// Base of reference-counted framework objects; the count is atomic so that
 /// objects may be shared between threads.
@@ -37,8 +36,7 @@ private:
 };
 
 /// Creates a reference-counted object and returns the first reference.
-template <class T, class... Args>
-intrusive_ptr<T> MakeIntrusive(Args&&... args)
+template <class T, class... Args> intrusive_ptr<T> MakeIntrusive(Args&&... args)
 {
     return intrusive_ptr<T>(new T(std::forward<Args>(args)...));
 }

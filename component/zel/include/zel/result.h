@@ -24,8 +24,14 @@ inline constexpr Result kTooLarge = -7;
 /// System errors travel as kSystemErrorBase - errno.
 inline constexpr Result kSystemErrorBase = -0x10000;
 
-constexpr bool Failed(Result result) noexcept { return result < 0; }
-constexpr bool Succeeded(Result result) noexcept { return result >= 0; }
+constexpr bool Failed(Result result) noexcept
+{
+    return result < 0;
+}
+constexpr bool Succeeded(Result result) noexcept
+{
+    return result >= 0;
+}
 
 /// Returns the result code for a system error number.
 Result ResultFromErrno(int error) noexcept;

@@ -17,14 +17,24 @@ class ServiceLocator final : public RefCounted {
 public:
     ServiceLocator();
 
-    const ISystemInformationServicePtr& GetSystemInformation() const noexcept { return systemInformation_; }
+    const ISystemInformationServicePtr& GetSystemInformation() const noexcept
+    {
+        return systemInformation_;
+    }
     const IEnvironmentVariablesPtr& GetEnvironment() const noexcept { return environment_; }
 
-    void SetSystemInformation(ISystemInformationServicePtr service) { systemInformation_ = std::move(service); }
-    void SetEnvironment(IEnvironmentVariablesPtr environment) { environment_ = std::move(environment); }
+    void SetSystemInformation(ISystemInformationServicePtr service)
+    {
+        systemInformation_ = std::move(service);
+    }
+    void SetEnvironment(IEnvironmentVariablesPtr environment)
+    {
+        environment_ = std::move(environment);
+    }
 
     /// Channel to the file at `path`, or to standard output without a path.
-    Result CreateTraceChannel(const std::optional<std::string>& path, ITraceChannelPtr& channel) const;
+    Result CreateTraceChannel(const std::optional<std::string>& path,
+                              ITraceChannelPtr& channel) const;
     Result CreateTraceFormatter(TraceFormatterPtr& formatter) const;
     Result CreateTracer(TraceFormatterPtr formatter, ITraceChannelPtr channel,
                         intrusive_ptr<Tracer>& tracer) const;

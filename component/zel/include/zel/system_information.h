@@ -53,6 +53,7 @@ std::uint32_t ProcessorFromMachine(std::string_view machine) noexcept;
 
 /// Reads "major.minor" from the front of a kernel release; false when the
 /// text does not start that way.
-bool ParseKernelRelease(std::string_view release, std::uint32_t& major, std::uint32_t& minor) noexcept;
+bool ParseKernelRelease(std::string_view release, std::uint32_t& major,
+                        std::uint32_t& minor) noexcept;
 
 }  // namespace zel

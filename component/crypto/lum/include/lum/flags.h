@@ -28,10 +28,10 @@ inline constexpr std::uint32_t kInvalidCertificateSign = 0x80000;
 
 /// Bits that make a verification fail (everything from 0x100 up).
 inline constexpr std::uint32_t kFailureMask = 0xFFFFFF00;
-} // namespace flags
+}  // namespace flags
 
 /// Names of the set bits in bit order joined by "|" ("Signed|Trusted");
 /// "None" for 0. A bit without a name shows as its hex value ("0x40").
 std::string VerificationFlagsToString(std::uint32_t value);
 
-} // namespace crypto::lum
+}  // namespace crypto::lum

@@ -14,7 +14,8 @@ using ByteSpan = std::span<const std::uint8_t>;
 
 /// Signed file: content, DER of a CMS ContentInfo (SignedData, detached),
 /// then this trailer: the DER length (4 bytes, big-endian) and the magic.
-inline constexpr std::array<std::uint8_t, 8> kSignatureMagic{0x00, 0x4C, 0x55, 0x4D, 0x53, 0x49, 0x47, 0x01};
+inline constexpr std::array<std::uint8_t, 8> kSignatureMagic{0x00, 0x4C, 0x55, 0x4D,
+                                                             0x53, 0x49, 0x47, 0x01};
 inline constexpr std::size_t kTrailerSize = 4 + kSignatureMagic.size();
 
 /// Where the parts of a signed file lie.
@@ -43,7 +44,8 @@ Bytes FileNameToBmp(std::string_view name);
 /// per database a length-prefixed hierarchy identifier (the big-endian
 /// magnitude of the root's serial number) and a length-prefixed DER CRL.
 inline constexpr const char* kContainerName = "lumcrl.rdb";
-inline constexpr std::array<std::uint8_t, 8> kContainerMagic{0x4C, 0x55, 0x4D, 0x52, 0x44, 0x42, 0x30, 0x31};
+inline constexpr std::array<std::uint8_t, 8> kContainerMagic{0x4C, 0x55, 0x4D, 0x52,
+                                                             0x44, 0x42, 0x30, 0x31};
 
 struct RevocationDatabase {
     Bytes hierarchyId;

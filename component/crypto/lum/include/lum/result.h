@@ -36,4 +36,4 @@ enum LumResult : std::int32_t {
 /// The code's name ("lumOk"), or "Unknown LUM error code: " and the number.
 std::string LumResultName(std::int32_t result);
 
-} // namespace crypto::lum
+}  // namespace crypto::lum

@@ -1,22 +1,23 @@
 #pragma once
 
-#include "lum/format.h"
-
 #include <cstdint>
 #include <functional>
-#include <openssl/types.h>
 #include <span>
 #include <string>
 #include <vector>
+
+#include <openssl/types.h>
 #include <zel/ref_counted.h>
+
+#include "lum/format.h"
 
 namespace crypto::lum {
 
 /// What a checker knows about one loaded revocation database.
 struct RevocationDatabaseInfo {
-    Bytes hierarchyId;    ///< big-endian magnitude of the root's serial number
-    std::string issued;   ///< the CRL's thisUpdate, "YYYY-MM-DD HH:MM:SS" UTC
-    std::size_t size = 0; ///< bytes of the DER CRL
+    Bytes hierarchyId;     ///< big-endian magnitude of the root's serial number
+    std::string issued;    ///< the CRL's thisUpdate, "YYYY-MM-DD HH:MM:SS" UTC
+    std::size_t size = 0;  ///< bytes of the DER CRL
     std::size_t revokedCount = 0;
 };
 
@@ -54,4 +55,4 @@ std::int32_t LumCreateRevocationChecker(std::span<const ByteSpan> requiredRoots,
                                         const LumRevocationReporter& reporter,
                                         ILumRevocationCheckerPtr& checker);
 
-} // namespace crypto::lum
+}  // namespace crypto::lum

@@ -1,15 +1,16 @@
 #pragma once
 
-#include "lum/flags.h"
-#include "lum/format.h"
-#include "lum/result.h"
-
 #include <cstdint>
 #include <string>
 #include <vector>
+
 #include <zel/ref_counted.h>
 #include <zel/result.h>
 #include <zel/tracer.h>
+
+#include "lum/flags.h"
+#include "lum/format.h"
+#include "lum/result.h"
 
 namespace crypto::lum {
 
@@ -55,4 +56,4 @@ void LumReleaseLibrary();
 /// Stores the GOST provider's version tag; -1 when `out` is null.
 std::int32_t LumCryptoPro_GetGostLibraryVersionString(const char** out);
 
-} // namespace crypto::lum
+}  // namespace crypto::lum

@@ -1,9 +1,9 @@
 #include "lum/service/lum_service.h"
 
+#include <new>
+
 #include "signature_verifier.h"
 #include "x509_util.h"
-
-#include <new>
 
 namespace crypto::lum::service {
 
@@ -15,7 +15,7 @@ std::vector<Bytes> Join(std::vector<Bytes> first, const std::vector<Bytes>& seco
     return first;
 }
 
-} // namespace
+}  // namespace
 
 RootSets SplitRoots(std::vector<Bytes> trusted, std::vector<Bytes> test,
                     TestRootHandlingPolicyFlags policy)
@@ -209,4 +209,4 @@ void LumRevocationCheckerFactoryImpl::TraceLoaded(const ILumRevocationChecker& c
     Trace(kTraceDebug, "  Revocation Checker Object=%1%", static_cast<const void*>(&checker));
 }
 
-} // namespace crypto::lum::service
+}  // namespace crypto::lum::service

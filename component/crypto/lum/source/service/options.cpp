@@ -9,7 +9,7 @@ std::string Unknown(std::uint32_t value)
     return "<UNKNOWN>(" + std::to_string(value) + ")";
 }
 
-} // namespace
+}  // namespace
 
 bool IsValid(CreateVerifierOptions options) noexcept
 {
@@ -39,4 +39,4 @@ std::string TestRootHandlingPolicyFlagsToString(TestRootHandlingPolicyFlags flag
     return "CrlMustExist";
 }
 
-} // namespace crypto::lum::service
+}  // namespace crypto::lum::service

@@ -1,14 +1,15 @@
 #pragma once
 
-#include "lum/revocation.h"
-#include "lum/service.h"
-#include "lum/service/options.h"
-
 #include <cstdint>
 #include <vector>
+
 #include <zel/ref_counted.h>
 #include <zel/result.h>
 #include <zel/tracer.h>
+
+#include "lum/revocation.h"
+#include "lum/service.h"
+#include "lum/service/options.h"
 
 /// Framework-service level of the signature library: roots looked up by
 /// class, a test-root policy, and revocation data from a CRL provider.
@@ -99,4 +100,4 @@ private:
     ILumCrlProviderPtr crlProvider_;
 };
 
-} // namespace crypto::lum::service
+}  // namespace crypto::lum::service

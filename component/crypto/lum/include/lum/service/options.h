@@ -24,4 +24,4 @@ inline constexpr TestRootHandlingPolicyFlags kCrlMustExist = 0x1;
 /// "CrlMustExist" joined by "|", "None" for 0, "<UNKNOWN>(n)" with unknown bits.
 std::string TestRootHandlingPolicyFlagsToString(TestRootHandlingPolicyFlags flags);
 
-} // namespace crypto::lum::service
+}  // namespace crypto::lum::service
