@@ -9,10 +9,10 @@
 #include <string_view>
 
 #include "exception.h"
-#include "vorn/gost_asn1.h"
-#include "vorn/gost_key_set.h"
-#include "vorn/gost_public_key.h"
-#include "vorn/vorn2_record.h"
+#include "signature/gost_asn1.h"
+#include "signature/gost_key_set.h"
+#include "signature/gost_public_key.h"
+#include "signature/vorn2_record.h"
 
 namespace {
 

@@ -5,9 +5,9 @@
 #include <span>
 
 #include "exception.h"
-#include "vorn/gost2012.h"
-#include "vorn/gost_key_set.h"
-#include "vorn/vorn2_record.h"
+#include "signature/gost_key_set.h"
+#include "signature/vorn2_record.h"
+#include "signature/vorn2_verifier.h"
 
 namespace {
 
@@ -36,7 +36,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         }
     }
     try {
-        const std::size_t content = vorn::Gost2012::VerifySignedBytes(file, Keys());
+        const std::size_t content =
+            vorn::Gost2012SignatureVerifier::VerifySignedBytes(file, Keys());
         if (content >= size) {
             std::abort();
         }

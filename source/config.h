@@ -6,7 +6,7 @@
 #include <set>
 #include <string>
 
-#include "manifest/enums.h"
+#include "enums.h"
 #include "types.h"
 
 namespace integrity_check_tool {
@@ -53,12 +53,5 @@ using ConfigPtr = std::shared_ptr<const Config>;
 
 /// The configuration as pretty-printed JSON, keys in the documented order.
 std::string ToJson(const Config& config);
-
-/// Trace level limits and the levels the program uses.
-inline constexpr std::uint32_t kMaxTraceLevel = 1000;
-inline constexpr std::uint32_t kTraceError = 300;
-inline constexpr std::uint32_t kTraceDefault = 600;
-inline constexpr std::uint32_t kTraceInfo = 700;
-inline constexpr std::uint32_t kTraceDebug = 800;
 
 }  // namespace integrity_check_tool

@@ -7,7 +7,7 @@
 #include <boost/exception/info.hpp>
 #include <boost/throw_exception.hpp>
 
-#include "utils/format.h"
+#include "format.h"
 
 namespace integrity_check_tool {
 

@@ -5,8 +5,8 @@
 
 #include <zel/system_information.h>
 
-#include "factory/products.h"
-#include "manifest/enums.h"
+#include "enums.h"
+#include "forward.h"
 
 namespace integrity_check_tool {
 

@@ -10,6 +10,13 @@
 
 namespace integrity_check_tool {
 
+/// Trace level limits and the levels the program uses.
+inline constexpr std::uint32_t kMaxTraceLevel = 1000;
+inline constexpr std::uint32_t kTraceError = 300;
+inline constexpr std::uint32_t kTraceDefault = 600;
+inline constexpr std::uint32_t kTraceInfo = 700;
+inline constexpr std::uint32_t kTraceDebug = 800;
+
 /// The program's tracer, set up once per run.
 class Tracer {
 public:

@@ -8,9 +8,9 @@
 #include <benchmark/benchmark.h>
 #include <zel/memory_io.h>
 
-#include "openssl/sha256.h"
-#include "vorn/gost2012.h"
-#include "vorn/streebog_core.h"
+#include "hash/gost2012.h"
+#include "hash/sha256.h"
+#include "hash/streebog_core.h"
 
 namespace integrity_check_tool {
 namespace {

@@ -14,11 +14,11 @@
 #include <zel/tracer.h>
 
 #include "config.h"
-#include "lum/verifier.h"
 #include "manifest/environment.h"
 #include "manifest/expand_visitor.h"
 #include "manifest/filter.h"
 #include "manifest/storage.h"
+#include "signature/lum_verifier.h"
 #include "system_info.h"
 #include "utils/base64.h"
 #include "xml/file.h"

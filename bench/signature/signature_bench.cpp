@@ -11,10 +11,10 @@
 #include <boost/filesystem.hpp>
 #include <zel/file_io.h>
 
-#include "vorn/gost2012.h"
-#include "vorn/gost2012_signature_verifier.h"
-#include "vorn/gost_key_set.h"
-#include "vorn/signer.h"
+#include "hash/gost2012.h"
+#include "sign/gost_signer.h"
+#include "signature/gost_key_set.h"
+#include "signature/vorn2_verifier.h"
 
 namespace integrity_check_tool::vorn {
 namespace {

@@ -2,6 +2,7 @@
 
 #include "data_object/data_object.h"
 #include "data_object/value_provider.h"
+#include "tracer.h"
 #include "utils/base64.h"
 
 namespace integrity_check_tool::action {

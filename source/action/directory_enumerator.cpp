@@ -2,9 +2,9 @@
 
 #include <boost/filesystem/operations.hpp>
 
-#include "config.h"
 #include "data_object/messages.h"
 #include "exception.h"
+#include "tracer.h"
 
 namespace integrity_check_tool {
 

@@ -3,7 +3,7 @@
 #include <lum/result.h>
 #include <lum/service.h>
 
-#include "config.h"
+#include "tracer.h"
 #include "utils/utils.h"
 
 namespace integrity_check_tool::action {

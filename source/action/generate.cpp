@@ -15,6 +15,7 @@
 #include "manifest/expand_visitor.h"
 #include "manifest/manifest.h"
 #include "manifest/storage.h"
+#include "tracer.h"
 
 namespace integrity_check_tool::action {
 

@@ -1,10 +1,10 @@
 #include "action/processor.h"
 
-#include "config.h"
 #include "exception.h"
+#include "format.h"
 #include "manifest/filter.h"
 #include "manifest/manifest.h"
-#include "utils/format.h"
+#include "tracer.h"
 
 namespace integrity_check_tool {
 

@@ -8,7 +8,7 @@
 
 #include "action/statistics.h"
 #include "console.h"
-#include "factory/products.h"
+#include "forward.h"
 #include "manifest/manifest.h"
 #include "manifest/visitor.h"
 

@@ -1,6 +1,6 @@
 #include "action/statistics.h"
 
-#include "utils/format.h"
+#include "format.h"
 
 namespace integrity_check_tool {
 

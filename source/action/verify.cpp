@@ -3,7 +3,6 @@
 #include <zel/memory_io.h>
 
 #include "action/read_ahead_scope.h"
-#include "action/signature_verifier.h"
 #include "check/checker.h"
 #include "console.h"
 #include "exception.h"
@@ -11,6 +10,8 @@
 #include "manifest/make_unique_visitor.h"
 #include "manifest/manifest.h"
 #include "manifest/storage.h"
+#include "signature/signature_verifier.h"
+#include "tracer.h"
 
 namespace integrity_check_tool::action {
 

@@ -6,7 +6,7 @@
 #include <boost/filesystem/operations.hpp>
 
 #include "exception.h"
-#include "utils/format.h"
+#include "format.h"
 #include "utils/utils.h"
 
 namespace integrity_check_tool {

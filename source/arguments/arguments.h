@@ -11,7 +11,7 @@
 #include <boost/program_options.hpp>
 
 #include "config.h"
-#include "manifest/enums.h"
+#include "enums.h"
 #include "types.h"
 
 namespace integrity_check_tool {

@@ -1,6 +1,7 @@
 #include "arguments/checker.h"
 
-#include "utils/format.h"
+#include "format.h"
+#include "tracer.h"
 
 namespace integrity_check_tool {
 

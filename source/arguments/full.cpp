@@ -1,7 +1,8 @@
 #include "arguments/full.h"
 
 #include "exception.h"
-#include "utils/format.h"
+#include "format.h"
+#include "tracer.h"
 
 namespace integrity_check_tool {
 

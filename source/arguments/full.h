@@ -1,6 +1,7 @@
 #pragma once
 
 #include "arguments/arguments.h"
+#include "tracer.h"
 
 namespace integrity_check_tool {
 

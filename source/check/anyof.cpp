@@ -4,7 +4,7 @@
 
 #include "check/messages.h"
 #include "check/verification_mismatch.h"
-#include "config.h"
+#include "tracer.h"
 
 namespace integrity_check_tool::check {
 

@@ -7,10 +7,10 @@
 
 #include "check/checker.h"
 #include "check/verification_mismatch.h"
-#include "config.h"
 #include "data_object/data_object.h"
 #include "factory/factory.h"
-#include "utils/format.h"
+#include "format.h"
+#include "tracer.h"
 
 namespace integrity_check_tool::check {
 

@@ -3,7 +3,7 @@
 #include <memory>
 #include <string>
 
-#include "manifest/enums.h"
+#include "enums.h"
 #include "types.h"
 
 namespace integrity_check_tool {

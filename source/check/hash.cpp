@@ -1,6 +1,7 @@
 #include "check/hash.h"
 
 #include "check/messages.h"
+#include "tracer.h"
 #include "utils/base64.h"
 
 namespace integrity_check_tool::check {

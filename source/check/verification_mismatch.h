@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
+#include "enums.h"
 #include "exception.h"
-#include "manifest/enums.h"
 
 namespace integrity_check_tool::check {
 

@@ -7,9 +7,9 @@
 #include <system_error>
 
 #include "data_object/file.h"
-#include "openssl/sha256.h"
-#include "utils/format.h"
-#include "vorn/gost2012.h"
+#include "format.h"
+#include "hash/gost2012.h"
+#include "hash/sha256.h"
 
 namespace integrity_check_tool {
 

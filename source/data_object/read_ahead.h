@@ -9,10 +9,10 @@
 #include <thread>
 #include <vector>
 
-#include "manifest/enums.h"
+#include "enums.h"
+#include "hash/hash.h"
 #include "manifest/manifest.h"
 #include "types.h"
-#include "utils/hash.h"
 
 namespace integrity_check_tool {
 

@@ -4,9 +4,9 @@
 
 #include "data_object/data_object.h"
 #include "data_object/read_ahead.h"
-#include "manifest/enums.h"
+#include "enums.h"
+#include "hash/hash.h"
 #include "types.h"
-#include "utils/hash.h"
 
 namespace integrity_check_tool {
 

@@ -7,8 +7,8 @@
 #include <zel/tracer.h>
 
 #include "config.h"
-#include "factory/products.h"
-#include "manifest/enums.h"
+#include "enums.h"
+#include "forward.h"
 #include "types.h"
 
 namespace integrity_check_tool {

@@ -4,8 +4,8 @@
 
 #include <boost/regex.hpp>
 
-#include "config.h"
 #include "exception.h"
+#include "tracer.h"
 
 namespace integrity_check_tool {
 

@@ -8,7 +8,7 @@
 #include <zel/environment.h>
 #include <zel/tracer.h>
 
-#include "factory/products.h"
+#include "forward.h"
 #include "types.h"
 
 namespace integrity_check_tool {

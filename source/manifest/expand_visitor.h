@@ -1,6 +1,6 @@
 #pragma once
 
-#include "factory/products.h"
+#include "forward.h"
 #include "manifest/visitor.h"
 
 namespace integrity_check_tool {

@@ -2,8 +2,8 @@
 
 #include <array>
 
-#include "config.h"
 #include "system_info.h"
+#include "tracer.h"
 
 namespace integrity_check_tool {
 

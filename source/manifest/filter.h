@@ -5,7 +5,7 @@
 
 #include <zel/tracer.h>
 
-#include "factory/products.h"
+#include "forward.h"
 #include "manifest/manifest.h"
 
 namespace integrity_check_tool {

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "factory/products.h"
-#include "manifest/enums.h"
+#include "enums.h"
+#include "forward.h"
 #include "manifest/path_order.h"
 #include "manifest/sorted_list.h"
 #include "types.h"

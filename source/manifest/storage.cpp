@@ -1,10 +1,10 @@
 #include "manifest/storage.h"
 
-#include "config.h"
+#include "format.h"
 #include "manifest/json.h"
 #include "manifest/make_unique_visitor.h"
 #include "manifest/manifest.h"
-#include "utils/format.h"
+#include "tracer.h"
 
 namespace integrity_check_tool {
 

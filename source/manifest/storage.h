@@ -3,7 +3,7 @@
 #include <zel/io.h>
 #include <zel/tracer.h>
 
-#include "factory/products.h"
+#include "forward.h"
 #include "types.h"
 
 namespace integrity_check_tool {

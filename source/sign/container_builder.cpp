@@ -10,6 +10,9 @@
 
 namespace integrity_check_tool::sign {
 
+using crypto::BignumPtr;
+using crypto::X509CrlPtr;
+
 namespace {
 
 [[noreturn]] void Fail()

@@ -2,10 +2,13 @@
 
 #include <vector>
 
-#include "sign/openssl_handles.h"
+#include <crypto/openssl_handles.h>
+
 #include "types.h"
 
 namespace integrity_check_tool::sign {
+
+using crypto::X509Ptr;
 
 /// Collects CRLs, each matched to the root that issued and signed it, into
 /// the revocation container the checker reads.

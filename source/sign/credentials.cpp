@@ -15,6 +15,12 @@
 
 namespace integrity_check_tool::sign {
 
+using crypto::BioPtr;
+using crypto::CertificateStackPtr;
+using crypto::EvpPkeyPtr;
+using crypto::X509CrlPtr;
+using crypto::X509Ptr;
+
 namespace {
 
 constexpr std::uint64_t kCredentialLimit = 1u << 20;

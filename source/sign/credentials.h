@@ -1,9 +1,15 @@
 #pragma once
 
-#include "sign/openssl_handles.h"
+#include <crypto/openssl_handles.h>
+
 #include "types.h"
 
 namespace integrity_check_tool::sign {
+
+using crypto::CertificateStackPtr;
+using crypto::EvpPkeyPtr;
+using crypto::X509CrlPtr;
+using crypto::X509Ptr;
 
 /// The bytes of the key or certificate file `path` (1 MiB at most); throws
 /// Exception like ReadRegularFile.

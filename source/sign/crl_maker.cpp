@@ -16,6 +16,14 @@
 
 namespace integrity_check_tool::sign {
 
+using crypto::Asn1IntegerPtr;
+using crypto::Asn1TimePtr;
+using crypto::BignumPtr;
+using crypto::BioPtr;
+using crypto::X509CrlPtr;
+using crypto::X509ExtensionPtr;
+using crypto::X509RevokedPtr;
+
 namespace {
 
 // Serial numbers are at most 20 octets (RFC 5280, 4.1.2.2); allow some slack

@@ -3,10 +3,15 @@
 #include <string>
 #include <vector>
 
-#include "sign/openssl_handles.h"
+#include <crypto/openssl_handles.h>
+
 #include "sign/options.h"
 
 namespace integrity_check_tool::sign {
+
+using crypto::EvpPkeyPtr;
+using crypto::X509CrlPtr;
+using crypto::X509Ptr;
 
 /// Issues v2 CRLs in the name of one root, as `openssl ca -gencrl` does.
 class CrlMaker final {

@@ -3,17 +3,19 @@
 #include <algorithm>
 #include <array>
 
+#include <crypto/openssl_handles.h>
 #include <lum/format.h>
 #include <openssl/cms.h>
 #include <openssl/err.h>
 
 #include "exception.h"
+#include "sign/gost_signer.h"
 #include "sign/messages.h"
-#include "sign/openssl_handles.h"
-#include "vorn/signer.h"
-#include "vorn/vorn2_record.h"
+#include "signature/vorn2_record.h"
 
 namespace integrity_check_tool::sign {
+
+using crypto::CmsPtr;
 
 namespace {
 

@@ -6,9 +6,9 @@
 #include <openssl/crypto.h>
 
 #include "exception.h"
+#include "sign/gost_signer.h"
 #include "sign/messages.h"
 #include "utils/atomic_file.h"
-#include "vorn/signer.h"
 
 namespace integrity_check_tool::sign {
 

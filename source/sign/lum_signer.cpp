@@ -16,9 +16,12 @@
 
 namespace integrity_check_tool::sign {
 
-namespace {
+using crypto::Asn1ObjectPtr;
+using crypto::BioPtr;
+using crypto::CertificateStackPtr;
+using crypto::CmsPtr;
 
-using Asn1ObjectPtr = std::unique_ptr<ASN1_OBJECT, OpenSslDeleter<ASN1_OBJECT, ASN1_OBJECT_free>>;
+namespace {
 
 // Signed attributes are content type, message digest and signing time only.
 constexpr unsigned kFlags = CMS_BINARY | CMS_DETACHED | CMS_PARTIAL | CMS_NOSMIMECAP;

@@ -1,12 +1,16 @@
 #pragma once
 
+#include <crypto/openssl_handles.h>
 #include <openssl/evp.h>
 
-#include "sign/openssl_handles.h"
 #include "sign/options.h"
 #include "sign/signer.h"
 
 namespace integrity_check_tool::sign {
+
+using crypto::CertificateStackPtr;
+using crypto::EvpPkeyPtr;
+using crypto::X509Ptr;
 
 /// "lum" and "lum-with-filename": a detached DER CMS SignedData with one
 /// signer, carrying the signer certificate and the chain, then the trailer.

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "manifest/enums.h"
+#include "enums.h"
 #include "types.h"
 
 namespace integrity_check_tool::sign {

@@ -15,6 +15,8 @@
 
 namespace integrity_check_tool::sign {
 
+using crypto::X509CrlPtr;
+
 namespace {
 
 void WriteAtomically(const Path& path, std::string_view content)

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "sign/gost_signer.h"
 #include "sign/options.h"
 #include "sign/signer.h"
-#include "vorn/signer.h"
 
 namespace integrity_check_tool::sign {
 

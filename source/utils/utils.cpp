@@ -8,7 +8,7 @@
 #include <zel/exception.h>
 #include <zel/file_io.h>
 
-#include "utils/format.h"
+#include "format.h"
 
 namespace integrity_check_tool {
 

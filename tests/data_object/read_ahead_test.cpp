@@ -5,10 +5,10 @@
 #include <zel/file_io.h>
 
 #include "data_object/read_ahead.h"
-#include "openssl/sha256.h"
+#include "hash/gost2012.h"
+#include "hash/sha256.h"
 #include "support/manifest_builder.h"
 #include "support/temp_dir.h"
-#include "vorn/gost2012.h"
 
 namespace integrity_check_tool::test {
 namespace {

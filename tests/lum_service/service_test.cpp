@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 #include <lum/service/lum_service.h>
 
-#include "lum_service/recording_tracer.h"
 #include "support/pki.h"
+#include "support/recording_tracer.h"
 
 namespace crypto::lum::service {
 namespace {

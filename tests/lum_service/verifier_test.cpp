@@ -4,8 +4,8 @@
 #include <lum/format.h>
 #include <lum/service.h>
 
-#include "lum_service/recording_tracer.h"
 #include "support/pki.h"
+#include "support/recording_tracer.h"
 
 namespace crypto::lum {
 namespace {

@@ -3,8 +3,9 @@
 #include <string>
 #include <vector>
 
+#include <crypto/openssl_handles.h>
+
 #include "lum/format.h"
-#include "openssl_ptr.h"
 
 namespace crypto::lum {
 

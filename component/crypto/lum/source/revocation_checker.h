@@ -2,8 +2,9 @@
 
 #include <vector>
 
+#include <crypto/openssl_handles.h>
+
 #include "lum/revocation.h"
-#include "openssl_ptr.h"
 
 namespace crypto::lum {
 

@@ -2,8 +2,9 @@
 
 #include <string>
 
+#include <crypto/openssl_handles.h>
+
 #include "lum/format.h"
-#include "openssl_ptr.h"
 
 namespace crypto::lum {
 

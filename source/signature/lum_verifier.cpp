@@ -1,0 +1,124 @@
+#include "signature/lum_verifier.h"
+
+#include <limits>
+
+#include <boost/filesystem/operations.hpp>
+#include <lum/flags.h>
+#include <lum/format.h>
+#include <lum/result.h>
+#include <lum/service.h>
+#include <updater/storage.h>
+#include <zel/file_io.h>
+
+#include "exception.h"
+#include "signature/lum_roots.h"
+#include "tracer.h"
+#include "utils/utils.h"
+
+namespace integrity_check_tool {
+
+namespace {
+
+/// The name the signature binds: what follows the path's last "/".
+std::string FileName(const Path& file)
+{
+    const std::string& path = file.string();
+    const std::size_t slash = path.rfind('/');
+    return slash == std::string::npos ? path : path.substr(slash + 1);
+}
+
+}  // namespace
+
+LumSignatureVerifier::LumSignatureVerifier(zel::ITracerPtr tracer, bool regularRoots,
+                                           const std::optional<Path>& crlStoragePath,
+                                           bool withFileName)
+    : zel::TracerProvider(std::move(tracer)), roots_(lum::TrustedRoots(regularRoots)),
+      withFileName_(withFileName)
+{
+    if (crlStoragePath) {
+        crl_ = ReadCrl(*crlStoragePath);
+    }
+}
+
+Blob LumSignatureVerifier::ReadCrl(const Path& directory) const
+{
+    const std::string name = crypto::lum::kContainerName;
+    Trace(kTraceDebug, "Reading CRL from storage %1% ...", directory.string());
+    boost::system::error_code error;
+    if (!boost::filesystem::is_directory(directory, error)) {
+        ICT_THROW("CRL storage path %1% is not a directory", directory.string());
+    }
+    Trace(kTraceDebug, "Opening %1% container ...", name);
+    updater::IStoragePtr storage;
+    zel::IIOPtr container;
+    if (zel::Failed(updater::OpenStorage(directory.string(), storage)) ||
+        zel::Failed(storage->OpenContainer(name, container))) {
+        ICT_THROW("Failed to open container %1% in storage", name);
+    }
+    Trace(kTraceDebug, "Container %1% opened successfully", name);
+    std::uint64_t size = 0;
+    if (zel::Failed(container->GetSize(&size))) {
+        ICT_THROW("Can't get size of container %1%", name);
+    }
+    if (size > std::numeric_limits<std::uint32_t>::max()) {
+        ICT_THROW("CRL is too large");
+    }
+    Blob crl(static_cast<std::size_t>(size));
+    std::size_t total = 0;
+    while (total < crl.size()) {
+        std::size_t got = 0;
+        if (zel::Failed(container->Read(crl.data() + total, crl.size() - total, &got)) ||
+            got == 0) {
+            ICT_THROW("Can't read CRL from storage");
+        }
+        total += got;
+    }
+    Trace(kTraceDebug, "CRL has been read successfully from storage %1%", directory.string());
+    return crl;
+}
+
+void LumSignatureVerifier::Verify(const Path& file, Blob& content) const
+{
+    Trace(kTraceDebug, "Verifying LUM signature of file %1% ...", file.string());
+    zel::IIOPtr io;
+    if (zel::Failed(zel::FileIO::Open(file.string(), zel::OpenMode::Read, io))) {
+        ICT_THROW("Can't create IO from file %1%", file.string());
+    }
+    // The bytes verified are the bytes handed on: the file is read once, so
+    // swapping it after the check cannot smuggle in other content.
+    Blob data = ReadWholeStream(*io);
+
+    crypto::lum::ILumSignatureVerifierPtr verifier;
+    if (zel::Failed(crypto::lum::LumCreateVerifier(GetTracer(), roots_, crl_, verifier)) ||
+        !verifier) {
+        ICT_THROW("Can't create LUM verifier");
+    }
+    crypto::lum::ILumSignatureVerificationResultPtr result;
+    const std::int32_t status = withFileName_
+                                    ? verifier->VerifyObjectWithAdditionalContent(
+                                          data, crypto::lum::FileNameAttributeOid(),
+                                          crypto::lum::FileNameToBmp(FileName(file)), result)
+                                    : verifier->VerifyObject(data, result);
+    if (status != crypto::lum::lumOk) {
+        Trace(kTraceError, "LUM signature of file %1% is not OK", file.string());
+        std::uint32_t flags = 0;
+        if (!result || result->GetFlags(&flags) != crypto::lum::lumOk) {
+            ICT_THROW("Can't get LUM verification flags");
+        }
+        ICT_THROW("Can't verify LUM signature of file %1%. Flags: %2%", file.string(),
+                  crypto::lum::VerificationFlagsToString(flags));
+    }
+    Trace(kTraceDebug, "LUM signature of file %1% is OK", file.string());
+    Trace(kTraceDebug, "Finding signature position ...");
+    std::uint64_t position = 0;
+    if (!result || result->GetCheckedContentSize(&position) != crypto::lum::lumOk ||
+        position > data.size()) {
+        ICT_THROW("Can't get checked content size");
+    }
+    Trace(kTraceDebug, "Signature position: %1%", position);
+    Trace(kTraceDebug, "Signature size: %1%", data.size() - position);
+    data.resize(static_cast<std::size_t>(position));
+    content = std::move(data);
+}
+
+}  // namespace integrity_check_tool

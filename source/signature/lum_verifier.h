@@ -1,0 +1,32 @@
+#pragma once
+
+#include <optional>
+#include <vector>
+
+#include <zel/tracer.h>
+
+#include "signature/signature_verifier.h"
+#include "types.h"
+
+namespace integrity_check_tool {
+
+/// Checks "lum" and "lum-with-filename" (CMS) signatures against one of the
+/// compiled-in root sets and the revocation databases of the CRL storage.
+class LumSignatureVerifier final : public ISignatureVerifier, private zel::TracerProvider {
+public:
+    /// Reads the revocation container of `crlStoragePath` when one is given;
+    /// throws Exception when it cannot be read or is too large.
+    LumSignatureVerifier(zel::ITracerPtr tracer, bool regularRoots,
+                         const std::optional<Path>& crlStoragePath, bool withFileName);
+
+    void Verify(const Path& file, Blob& content) const override;
+
+private:
+    Blob ReadCrl(const Path& directory) const;
+
+    std::vector<Blob> roots_;
+    Blob crl_;
+    bool withFileName_;
+};
+
+}  // namespace integrity_check_tool
