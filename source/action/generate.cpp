@@ -41,20 +41,21 @@ CheckType FirstFilled(const CheckInfoList& checks, CheckType defaultType)
     return CheckType::Exists;
 }
 
-std::string LocalTimeStamp()
+std::string TimeStamp(const boost::posix_time::ptime& time)
 {
     std::ostringstream text;
     text.imbue(std::locale(std::locale::classic(),
                            new boost::posix_time::time_facet("%Y-%m-%dT%H:%M:%S")));
-    text << boost::posix_time::second_clock::local_time();
+    text << time;
     return text.str();
 }
 
 }  // namespace
 
-Generate::Generate(zel::ITracerPtr tracer, IFactoryPtr factory, Config::Generate config)
+Generate::Generate(zel::ITracerPtr tracer, IFactoryPtr factory, Config::Generate config,
+                   IClockPtr clock)
     : zel::TracerProvider(std::move(tracer)), factory_(std::move(factory)),
-      config_(std::move(config))
+      config_(std::move(config)), clock_(std::move(clock))
 {
 }
 
@@ -67,7 +68,7 @@ bool Generate::Run()
     const std::string name = config_.manifestPath.string();
     const bool succeeded = processor_->ProcessManifest(name, [&] {
         GenerateManifest(manifest);
-        manifest.generationDateTime = LocalTimeStamp();
+        manifest.generationDateTime = TimeStamp(clock_->Now());
         storage->StoreToFile(config_.manifestPath, manifest);
     });
     factory_->GetStatistics()->WriteSummary(*factory_->CreateConsole(false));

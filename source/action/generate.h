@@ -5,6 +5,7 @@
 #include <zel/tracer.h>
 
 #include "action/action.h"
+#include "action/clock.h"
 #include "action/processor.h"
 #include "config.h"
 #include "factory/factory.h"
@@ -16,7 +17,8 @@ namespace integrity_check_tool::action {
 /// entry fails.
 class Generate final : public IAction, private zel::TracerProvider {
 public:
-    Generate(zel::ITracerPtr tracer, IFactoryPtr factory, Config::Generate config);
+    /// `clock` gives the generation time the manifest is stamped with.
+    Generate(zel::ITracerPtr tracer, IFactoryPtr factory, Config::Generate config, IClockPtr clock);
 
     bool Run() override;
 
@@ -31,6 +33,7 @@ private:
 
     IFactoryPtr factory_;
     Config::Generate config_;
+    IClockPtr clock_;
     IProcessorPtr processor_;
     IEnvironmentPtr environment_;
 };

@@ -230,7 +230,8 @@ IActionPtr Factory::CreateDisplayVersionAction()
 
 IActionPtr Factory::CreateGenerateAction()
 {
-    return std::make_shared<action::Generate>(GetTracer(), shared_from_this(), *config_->generate);
+    return std::make_shared<action::Generate>(GetTracer(), shared_from_this(), *config_->generate,
+                                              std::make_shared<action::LocalClock>());
 }
 
 IActionPtr Factory::CreateVerifyAction()
