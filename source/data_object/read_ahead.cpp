@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdlib>
-#include <cstring>
 #include <system_error>
 
 #include "data_object/file.h"
@@ -132,20 +131,25 @@ bool ReadAhead::Take(const std::string& path, CheckType type, Blob& digest)
     return true;
 }
 
-unsigned ReadAheadThreads()
+unsigned ReadAheadThreads(std::string_view setting, unsigned cores)
 {
     constexpr unsigned kDefaultCap = 16;
     constexpr unsigned kExplicitCap = 256;
-    if (const char* text = std::getenv("INTEGRITY_CHECK_THREADS");
-        text != nullptr && *text != '\0') {
+    if (!setting.empty()) {
         unsigned value = 0;
-        const char* end = text + std::strlen(text);
-        const auto [stop, error] = std::from_chars(text, end, value);
+        const char* end = setting.data() + setting.size();
+        const auto [stop, error] = std::from_chars(setting.data(), end, value);
         if (error == std::errc{} && stop == end && value > 0) {
             return std::min(value, kExplicitCap);
         }
     }
-    return std::clamp(std::thread::hardware_concurrency(), 1u, kDefaultCap);
+    return std::clamp(cores, 1u, kDefaultCap);
+}
+
+unsigned ReadAheadThreads()
+{
+    const char* setting = std::getenv("INTEGRITY_CHECK_THREADS");
+    return ReadAheadThreads(setting != nullptr ? setting : "", std::thread::hardware_concurrency());
 }
 
 IReadAheadPtr MakeReadAhead(std::vector<ReadAheadItem> items, unsigned threads)

@@ -6,6 +6,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -84,10 +85,13 @@ private:
     std::vector<std::thread> workers_;
 };
 
-/// Number of hashing threads, the consuming one included:
-/// INTEGRITY_CHECK_THREADS when it holds a positive number (at most 256),
-/// else the number of cores (at most 16). One means that files are read by
-/// the checks themselves, one by one.
+/// Number of hashing threads, the consuming one included: `setting` when it
+/// holds a positive number (at most 256), else `cores` (at least 1, at most
+/// 16). One means that files are read by the checks themselves, one by one.
+unsigned ReadAheadThreads(std::string_view setting, unsigned cores);
+
+/// ReadAheadThreads for INTEGRITY_CHECK_THREADS (empty when unset) and the
+/// machine's cores.
 unsigned ReadAheadThreads();
 
 /// The read-ahead for `items`, or null when `threads` is 1 or nothing is to

@@ -1,4 +1,5 @@
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -87,21 +88,17 @@ TEST_F(ReadAheadTest, ReadErrorsComeBackAsTheSerialPathThrowsThem)
     EXPECT_THROW(readAhead.Take(dir_.path().string(), CheckType::Gost2012, digest), Exception);
 }
 
-// Past 256 the count is capped; a value that is no positive number means
-// the number of cores, at most 16.
-TEST_F(ReadAheadTest, ThreadCountComesFromTheEnvironment)
+// Past 256 the count is capped; a setting that is no positive number means
+// the number of cores, at least 1 and at most 16.
+TEST_F(ReadAheadTest, ThreadCountComesFromTheSettingElseTheCores)
 {
-    const unsigned cores = ReadAheadThreads();
-    EXPECT_GE(cores, 1u);
-    EXPECT_LE(cores, 16u);
-    const std::pair<const char*, unsigned> cases[] = {{"1", 1},      {"3", 3},      {"100000", 256},
-                                                      {"0", cores},  {"-2", cores}, {"two", cores},
-                                                      {"4x", cores}, {"", cores}};
-    for (const auto& [value, threads] : cases) {
-        ::setenv("INTEGRITY_CHECK_THREADS", value, 1);
-        EXPECT_EQ(ReadAheadThreads(), threads) << value;
+    const std::tuple<const char*, unsigned, unsigned> cases[] = {
+        {"1", 8, 1},  {"3", 8, 3},  {"100000", 8, 256}, {"0", 8, 8}, {"-2", 8, 8}, {"two", 8, 8},
+        {"4x", 8, 8}, {" 4", 8, 8}, {"", 8, 8},         {"", 0, 1},  {"", 64, 16}, {"64", 2, 64},
+    };
+    for (const auto& [setting, cores, threads] : cases) {
+        EXPECT_EQ(ReadAheadThreads(setting, cores), threads) << setting << " " << cores;
     }
-    ::unsetenv("INTEGRITY_CHECK_THREADS");
     EXPECT_EQ(MakeReadAhead(Items(), 1), nullptr);
     EXPECT_EQ(MakeReadAhead({}, 4), nullptr);
 }
