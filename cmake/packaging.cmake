@@ -37,13 +37,14 @@ if(ICT_DEMO_TRUST AND NOT ICT_ALLOW_DEMO_ROOTS)
                    "(name production roots and keys, or configure with -DICT_ALLOW_DEMO_ROOTS=ON)")
 endif()
 
-# Man pages, compressed as Debian installs them.
+# Man pages, with the version filled in and compressed as Debian installs them.
+set(ICT_MAN_VERSION "${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR}.${PROJECT_VERSION_PATCH}")
 set(ict_man_pages "")
 foreach(program integrity_checker integrity_check_tool integrity_tester integrity_sign)
-    set(page "${PROJECT_SOURCE_DIR}/man/${program}.1")
-    set(packed "${PROJECT_BINARY_DIR}/man/${program}.1.gz")
+    set(page "${PROJECT_BINARY_DIR}/man/${program}.1")
+    set(packed "${page}.gz")
+    configure_file("${PROJECT_SOURCE_DIR}/man/${program}.1" "${page}" @ONLY)
     add_custom_command(OUTPUT "${packed}"
-        COMMAND ${CMAKE_COMMAND} -E make_directory "${PROJECT_BINARY_DIR}/man"
         COMMAND gzip -9nc "${page}" > "${packed}"
         DEPENDS "${page}" VERBATIM)
     list(APPEND ict_man_pages "${packed}")
@@ -62,10 +63,8 @@ install(FILES "${PROJECT_BINARY_DIR}/man/integrity_sign.1.gz" "${PROJECT_BINARY_
         DESTINATION "${ict_man_dir}" COMPONENT sign)
 install(FILES README.md DESTINATION "${CMAKE_INSTALL_DATADIR}/doc/integrity-sign" COMPONENT sign)
 
-# The package version is the programs' own (utils.h), without the commit.
-file(STRINGS "${PROJECT_SOURCE_DIR}/source/utils/utils.h" version_line REGEX "kProgramVersion = ")
-string(REGEX MATCH "\"([0-9.]+)" _ "${version_line}")
-set(CPACK_PACKAGE_VERSION "${CMAKE_MATCH_1}")
+# The package version is the programs' own without the build suffix.
+set(CPACK_PACKAGE_VERSION "${PROJECT_VERSION}")
 
 set(ICT_PACKAGE_MAINTAINER "Integrity checker maintainers <integrity-check@localhost>" CACHE STRING
     "Maintainer field of the Debian packages")

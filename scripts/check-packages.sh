@@ -50,7 +50,11 @@ contains "$(dpkg-deb -f "$checker" Depends)" libssl3 || fail "integrity-checker 
 "${sudo_cmd[@]}" dpkg -i "$checker" >/dev/null
 [ -x /usr/bin/integrity_checker ] && [ -x /usr/bin/integrity_check_tool ] || fail "programs not installed in /usr/bin"
 [ ! -e /usr/bin/integrity_sign ] || fail "the checker package brought the signing tool"
-contains "$(/usr/bin/integrity_checker --version)" '^Version ' || fail "integrity_checker --version"
+# The programs print the package's upstream version, then their build suffix.
+upstream=$(dpkg-deb -f "$checker" Version)
+upstream=${upstream%-*}
+contains "$(/usr/bin/integrity_checker --version)" "^Version ${upstream//./\\.}-" ||
+    fail "integrity_checker --version does not name version $upstream"
 contains "$(/usr/bin/integrity_checker "$manifest")" '^SUCCEEDED$' || fail "verification failed"
 sed 's/Sha256/Value/' "$manifest" > "$work/product/tampered.xml"
 if /usr/bin/integrity_checker "$work/product/tampered.xml" >/dev/null 2>&1; then fail "a tampered manifest passed"; fi

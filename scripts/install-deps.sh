@@ -29,22 +29,10 @@ if [ "$arm64" -eq 1 ]; then
     fi
 fi
 
-missing() {
-    local p
-    for p in "$@"; do
-        dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || echo "$p"
-    done
-}
-
 wanted=("${native[@]}")
 if [ "$arm64" -eq 1 ]; then
     wanted+=(g++-aarch64-linux-gnu qemu-user)
     for l in "${libs[@]}"; do wanted+=("$l:arm64"); done
 fi
 
-todo=$(missing "${wanted[@]}")
-if [ -n "$todo" ]; then
-    "${sudo_cmd[@]}" apt-get update -qq
-    # shellcheck disable=SC2086
-    "${sudo_cmd[@]}" apt-get install -y -qq --no-install-recommends $todo
-fi
+bash "$(dirname "$0")/install-missing.sh" "${wanted[@]}"

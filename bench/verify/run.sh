@@ -43,18 +43,8 @@ floor_limit=1.3
 # Ours parallel is the engine's default; serial sets the variable per run.
 unset INTEGRITY_CHECK_THREADS
 
-sudo_cmd=()
-[ "$(id -u)" -eq 0 ] || sudo_cmd=(sudo)
-missing=()
-for package in rhash hashdeep aide coreutils findutils python3 time openssl libbenchmark-dev; do
-    dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'install ok installed' ||
-        missing+=("$package")
-done
-if [ "${#missing[@]}" -gt 0 ]; then
-    export DEBIAN_FRONTEND=noninteractive
-    "${sudo_cmd[@]}" apt-get update -qq
-    "${sudo_cmd[@]}" apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
-fi
+bash "$root/scripts/install-missing.sh" rhash hashdeep aide coreutils findutils python3 time openssl \
+    libbenchmark-dev >/dev/null
 
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT

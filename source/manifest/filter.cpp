@@ -1,6 +1,6 @@
 #include "manifest/filter.h"
 
-#include <array>
+#include <tuple>
 
 #include "system_info.h"
 #include "tracer.h"
@@ -9,54 +9,46 @@ namespace integrity_check_tool {
 
 namespace {
 
-template <class T> bool Differs(const std::optional<T>& condition, T actual) noexcept
+/// True when `condition` of `entry` excludes the system of `facts`, each
+/// condition being compared with the fact of its type.
+template <class T, class Facts>
+bool Excludes(const Condition<T>& condition, const Applicability& entry,
+              const Facts& facts) noexcept
 {
-    return condition && *condition != actual;
+    const std::optional<T>& value = entry.*condition.member;
+    if (!value || (condition.os && *condition.os != std::get<Os>(facts))) {
+        return false;
+    }
+    const T fact = std::get<T>(facts);
+    switch (condition.bound) {
+    case Bound::Equal:
+        return *value != fact;
+    case Bound::Minimum:
+        return *value > fact;
+    case Bound::Maximum:
+        return *value < fact;
+    }
+    return false;
 }
 
 }  // namespace
 
 Filter::Filter(const ISystemInfo& system, zel::ITracerPtr tracer)
-    : zel::TracerProvider(std::move(tracer)), arch_(system.GetOsArch()), os_(system.GetOs()),
-      edition_(system.GetOsEdition()), bitness_(system.GetBitness()),
-      version_(system.GetOsVersion())
+    : zel::TracerProvider(std::move(tracer)), facts_{system.GetOsArch(), system.GetOs(),
+                                                     system.GetOsEdition(), system.GetBitness(),
+                                                     system.GetOsVersion()}
 {
 }
 
 const char* Filter::FirstFailing(const Applicability& entry) const noexcept
 {
-    using Predicate = bool (*)(const Filter&, const Applicability&);
-    struct Named {
-        const char* name;
-        Predicate filtered;
-    };
-    // Evaluated in this order; the first that excludes the system names the reason.
-    static constexpr std::array<Named, 7> kPredicates{{
-        {"arch", [](const Filter& f, const Applicability& e) { return Differs(e.arch, f.arch_); }},
-        {"os", [](const Filter& f, const Applicability& e) { return Differs(e.os, f.os_); }},
-        {"osEdition",
-         [](const Filter& f, const Applicability& e) { return Differs(e.osEdition, f.edition_); }},
-        {"bitness",
-         [](const Filter& f, const Applicability& e) { return Differs(e.bitness, f.bitness_); }},
-        {"minVersionNt",
-         [](const Filter& f, const Applicability& e) {
-             return f.os_ == Os::Windows && e.minVersionNt && *e.minVersionNt > f.version_;
-         }},
-        {"maxVersionNt",
-         [](const Filter& f, const Applicability& e) {
-             return f.os_ == Os::Windows && e.maxVersionNt && *e.maxVersionNt < f.version_;
-         }},
-        {"linuxKernelVersion",
-         [](const Filter& f, const Applicability& e) {
-             return f.os_ == Os::Linux && Differs(e.linuxKernelVersion, f.version_);
-         }},
-    }};
-    for (const Named& predicate : kPredicates) {
-        if (predicate.filtered(*this, entry)) {
-            return predicate.name;
+    const char* reason = nullptr;
+    ForEachCondition([&](const auto& condition) {
+        if (reason == nullptr && Excludes(condition, entry, facts_)) {
+            reason = condition.key;
         }
-    }
-    return nullptr;
+    });
+    return reason;
 }
 
 bool Filter::IsFiltered(const Applicability& entry, std::string_view description) const

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string_view>
+#include <tuple>
 
 #include <zel/tracer.h>
 
@@ -32,11 +33,9 @@ private:
     /// Name of the first condition of `entry` that excludes the system, or null.
     const char* FirstFailing(const Applicability& entry) const noexcept;
 
-    Arch arch_;
-    Os os_;
-    OsEdition edition_;
-    Bitness bitness_;
-    std::uint32_t version_;
+    /// The system's facts, one of each condition's type (the version stands
+    /// for the Windows and the Linux kernel version alike).
+    std::tuple<Arch, Os, OsEdition, Bitness, std::uint32_t> facts_;
 };
 
 }  // namespace integrity_check_tool

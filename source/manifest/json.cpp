@@ -39,13 +39,8 @@ template <class T> void AddOptional(ptree& node, const char* key, const std::opt
 ptree Conditions(const Applicability& entry)
 {
     ptree node;
-    AddOptional(node, "arch", entry.arch);
-    AddOptional(node, "os", entry.os);
-    AddOptional(node, "osEdition", entry.osEdition);
-    AddOptional(node, "bitness", entry.bitness);
-    AddOptional(node, "minVersionNt", entry.minVersionNt);
-    AddOptional(node, "maxVersionNt", entry.maxVersionNt);
-    AddOptional(node, "linuxKernelVersion", entry.linuxKernelVersion);
+    ForEachCondition(
+        [&](const auto& condition) { AddOptional(node, condition.key, entry.*condition.member); });
     return node;
 }
 

@@ -8,6 +8,7 @@
 
 #include "enums.h"
 #include "forward.h"
+#include "manifest/applicability.h"
 #include "manifest/path_order.h"
 #include "manifest/sorted_list.h"
 #include "types.h"
@@ -15,19 +16,6 @@
 namespace integrity_check_tool {
 
 class IVisitor;
-
-/// Conditions under which an entry applies; an absent field places none.
-struct Applicability {
-    std::optional<Arch> arch;
-    std::optional<Os> os;
-    std::optional<OsEdition> osEdition;
-    std::optional<Bitness> bitness;
-    std::optional<std::uint32_t> minVersionNt;
-    std::optional<std::uint32_t> maxVersionNt;
-    std::optional<std::uint32_t> linuxKernelVersion;
-
-    friend auto operator<=>(const Applicability&, const Applicability&) = default;
-};
 
 /// One expected property of a file or registry value.
 struct CheckInfo {

@@ -3,7 +3,6 @@
 #include <iostream>
 #include <string_view>
 
-#include "exception.h"
 #include "sign/arguments.h"
 #include "sign/container_builder.h"
 #include "sign/crl_maker.h"
@@ -11,7 +10,7 @@
 #include "sign/key_generator.h"
 #include "sign/signer_factory.h"
 #include "utils/atomic_file.h"
-#include "utils/utils.h"
+#include "utils/closing_line.h"
 
 namespace integrity_check_tool::sign {
 
@@ -54,14 +53,12 @@ void MakeContainer(const ContainerOptions& options)
 
 int RunSignTool(int argc, char** argv)
 {
-    try {
-        SetUpGlobalLocale();
+    return RunWithClosingLine([&] {
         SignArguments arguments;
         arguments.Parse({argv, argv + argc});
         if (arguments.IsHelpRequested()) {
             arguments.PrintHelp(std::cout);
-            std::cout.flush();
-            return 0;
+            return Outcome::Quiet;
         }
         switch (arguments.GetMode()) {
         case Mode::Sign:
@@ -77,13 +74,8 @@ int RunSignTool(int argc, char** argv)
             GenerateKeyPair(arguments.GetKeyOptions());
             break;
         }
-        std::cout << "SUCCEEDED" << std::endl;
-        return 0;
-    } catch (...) {
-        std::cout.flush();
-        std::cerr << DescribeCurrentException() << '\n' << "FAILED" << std::endl;
-        return 1;
-    }
+        return Outcome::Succeeded;
+    });
 }
 
 }  // namespace integrity_check_tool::sign

@@ -14,7 +14,7 @@ namespace integrity_check_tool {
 
 std::string VersionLine()
 {
-    return Format("Version %1%", kProgramVersion);
+    return Format("Version %1%", ICT_VERSION_TEXT);
 }
 
 std::string SchemaLine()

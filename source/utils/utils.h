@@ -9,12 +9,10 @@
 
 namespace integrity_check_tool {
 
-/// The program's version text.
-inline constexpr const char* kProgramVersion = "30.732.0.490-69af0b0bdf";
 /// Version of the manifest schema this program reads and writes.
 inline constexpr std::uint32_t kSchemaVersion = 2;
 
-/// "Version <program version>".
+/// "Version <program version>", the version the build was configured with.
 std::string VersionLine();
 /// "Schema version: <schema version>".
 std::string SchemaLine();

@@ -62,31 +62,26 @@ std::string_view AttrView(const Element& element, std::string_view name)
     return value == nullptr ? std::string_view() : std::string_view(*value);
 }
 
-template <class T> void LoadEnum(const Element& element, const char* name, std::optional<T>& field)
+/// A condition's value by name or number; absent or empty leaves `field` as it is.
+template <class T>
+void LoadCondition(const Element& element, const char* name, std::optional<T>& field)
 {
     const std::string_view text = AttrView(element, name);
-    if (!text.empty()) {
-        field = FromName<T>(text);
+    if (text.empty()) {
+        return;
     }
-}
-
-void LoadNumber(const Element& element, const char* name, std::optional<std::uint32_t>& field)
-{
-    const std::string_view text = AttrView(element, name);
-    if (!text.empty()) {
+    if constexpr (std::is_enum_v<T>) {
+        field = FromName<T>(text);
+    } else {
         field = File::ReadNumber(std::string(text));
     }
 }
 
 void LoadConditions(const Element& element, Applicability& entry)
 {
-    LoadEnum(element, "arch", entry.arch);
-    LoadEnum(element, "os", entry.os);
-    LoadEnum(element, "edition", entry.osEdition);
-    LoadEnum(element, "bitness", entry.bitness);
-    LoadNumber(element, "minVersionNt", entry.minVersionNt);
-    LoadNumber(element, "maxVersionNt", entry.maxVersionNt);
-    LoadNumber(element, "linuxKernelVersion", entry.linuxKernelVersion);
+    ForEachCondition([&](const auto& condition) {
+        LoadCondition(element, condition.attribute, entry.*condition.member);
+    });
 }
 
 /// Base64Decode of `text`. The canonical form every writer produces (whole
@@ -278,8 +273,8 @@ void LoadLegacyConditions(const Element& element, Applicability& entry)
     LoadLegacy(element, "bitness", kBitness, entry.arch);
     LoadLegacy(element, "os", kOs, entry.os);
     LoadLegacy(element, "edition", kEdition, entry.osEdition);
-    LoadNumber(element, "minVersionNT", entry.minVersionNt);
-    LoadNumber(element, "maxVersionNT", entry.maxVersionNt);
+    LoadCondition(element, "minVersionNT", entry.minVersionNt);
+    LoadCondition(element, "maxVersionNT", entry.maxVersionNt);
 }
 
 std::string Text(const Element& element)

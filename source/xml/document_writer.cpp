@@ -36,13 +36,9 @@ void SetOptional(TiXmlElement& element, const char* name, const std::optional<T>
 
 void SetConditions(TiXmlElement& element, const Applicability& entry)
 {
-    SetOptional(element, "arch", entry.arch);
-    SetOptional(element, "os", entry.os);
-    SetOptional(element, "edition", entry.osEdition);
-    SetOptional(element, "bitness", entry.bitness);
-    SetOptional(element, "minVersionNt", entry.minVersionNt);
-    SetOptional(element, "maxVersionNt", entry.maxVersionNt);
-    SetOptional(element, "linuxKernelVersion", entry.linuxKernelVersion);
+    ForEachCondition([&](const auto& condition) {
+        SetOptional(element, condition.attribute, entry.*condition.member);
+    });
 }
 
 void AddChecks(TiXmlElement& parent, const CheckInfoList& checks)

@@ -5,6 +5,7 @@
 #include "check/verification_mismatch.h"
 #include "factory/factory.h"
 #include "support/manifest_builder.h"
+#include "support/recording_tracer.h"
 #include "support/temp_dir.h"
 #include "utils/base64.h"
 

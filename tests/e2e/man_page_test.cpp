@@ -44,6 +44,12 @@ TEST(ManPageTest, ListsEveryOptionOfTheHelp)
             std::regex_replace(ReadFile(Path(ICT_MAN_DIR) / (std::string(name) + ".1")),
                                std::regex(R"(\\-)"), "-"),
             std::regex(R"(\\f[BIRP])"), "");
+        // The title line names the release the programs print first in their version.
+        const std::string release =
+            std::regex_replace(ICT_VERSION_TEXT, std::regex(R"(^(\d+\.\d+\.\d+)\..*)"), "$1");
+        EXPECT_NE(page.substr(0, page.find('\n')).find("\"integrity_check_tool " + release + '"'),
+                  std::string::npos)
+            << "title line of " << name;
         for (const std::string& option : options) {
             const std::regex word("(^|[^A-Za-z0-9-])" + option + "($|[^A-Za-z0-9-])");
             EXPECT_TRUE(std::regex_search(page, word))

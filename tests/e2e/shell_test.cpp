@@ -9,14 +9,14 @@ namespace {
 
 constexpr const char* kWarning =
     "This utilty for internal testing only. Do not use it in production!\n\n";
-constexpr const char* kVersion = "Version 30.732.0.490-69af0b0bdf\nSUCCEEDED\n";
+const std::string kVersion = "Version " ICT_VERSION_TEXT "\nSUCCEEDED\n";
 
 TEST(ShellTest, VersionAndHelpOfEachFlavour)
 {
     const ProcessResult checker = RunProgram(Program::Checker, {"--version"});
     EXPECT_TRUE(Succeeded(checker));
     EXPECT_EQ(checker.out, kVersion);
-    EXPECT_EQ(RunProgram(Program::Tester, {"--version"}).out, kWarning + std::string(kVersion));
+    EXPECT_EQ(RunProgram(Program::Tester, {"--version"}).out, kWarning + kVersion);
 
     const std::string checkerUsage =
         "Use to check if the manifest file is in the same folder: integrity_checker "
@@ -83,7 +83,9 @@ TEST(ShellTest, TraceFileRecordsVersionSchemaAndConfiguration)
     EXPECT_EQ(RunProgram(Program::Checker, {"--version", "--trace", trace}).out, kVersion);
     const std::string text = ReadFile(trace);
     const std::string prefix = R"(\d\d:\d\d:\d\d\.\d{3} \d+ )";
-    const std::regex expected(prefix + "700 Version 30\\.732\\.0\\.490-69af0b0bdf\n" + prefix +
+    const std::string version =
+        std::regex_replace(ICT_VERSION_TEXT, std::regex(R"([.^$|()\[\]{}*+?\\])"), R"(\$&)");
+    const std::regex expected(prefix + "700 Version " + version + "\n" + prefix +
                               "700 Schema version: 2\n" + prefix +
                               "800 Application configuration: \\{\n"
                               "    \"displayVersion\": \"DisplayVersion\",\n"

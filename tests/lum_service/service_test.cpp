@@ -10,6 +10,7 @@ namespace crypto::lum::service {
 namespace {
 
 namespace pki = integrity_check_tool::test::pki;
+using integrity_check_tool::test::RecordingTracer;
 using pki::Hierarchy;
 
 class FakeRootProvider final : public ILumRootProvider {
@@ -66,7 +67,7 @@ protected:
 
     static inline std::optional<Hierarchy> trusted_;
     static inline std::optional<Hierarchy> test_;
-    zel::intrusive_ptr<test::RecordingTracer> tracer_ = zel::MakeIntrusive<test::RecordingTracer>();
+    zel::intrusive_ptr<RecordingTracer> tracer_ = zel::MakeIntrusive<RecordingTracer>();
     zel::intrusive_ptr<FakeRootProvider> roots_ = zel::MakeIntrusive<FakeRootProvider>();
     zel::intrusive_ptr<FakeCrlProvider> crl_ = zel::MakeIntrusive<FakeCrlProvider>();
     ILumSignatureVerifierPtr verifier_;
@@ -103,8 +104,8 @@ TEST_F(LumServiceTest, TestRootsNeedNoDatabaseUnlessThePolicySaysSo)
         roots_->test = {test_->root.ToDer()};
         roots_->policy = setting.policy;
         crl_->container = BuildContainer(setting.databases);
-        tracer_->text.clear();
-        EXPECT_EQ(Create(setting.options), setting.result) << tracer_->text;
+        tracer_->records.clear();
+        EXPECT_EQ(Create(setting.options), setting.result) << tracer_->Text();
         EXPECT_EQ(verifier_ != nullptr, setting.result == zel::kOk);
     }
 

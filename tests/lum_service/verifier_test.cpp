@@ -11,6 +11,7 @@ namespace crypto::lum {
 namespace {
 
 namespace pki = integrity_check_tool::test::pki;
+using integrity_check_tool::test::RecordingTracer;
 using pki::Hierarchy;
 
 struct Outcome {
@@ -44,7 +45,7 @@ protected:
         if (LumCreateVerifier(tracer_,
                               roots.empty() ? std::vector<Bytes>{regular_->root.ToDer()} : roots,
                               container, verifier) != zel::kOk) {
-            ADD_FAILURE() << tracer_->text;
+            ADD_FAILURE() << tracer_->Text();
             return outcome;
         }
         ILumSignatureVerificationResultPtr result;
@@ -63,7 +64,7 @@ protected:
     static inline std::optional<Hierarchy> regular_;
     static inline std::optional<Hierarchy> other_;
     const Bytes content_ = pki::ToBlob("<manifest>\n  <file path=\"a\"/>\n</manifest>\n");
-    zel::intrusive_ptr<test::RecordingTracer> tracer_ = zel::MakeIntrusive<test::RecordingTracer>();
+    zel::intrusive_ptr<RecordingTracer> tracer_ = zel::MakeIntrusive<RecordingTracer>();
 };
 
 TEST_F(LumVerifierTest, AcceptsGoodSignaturesAndChecksRevocationPerHierarchy)
@@ -82,7 +83,7 @@ TEST_F(LumVerifierTest, AcceptsGoodSignaturesAndChecksRevocationPerHierarchy)
     const Bytes object =
         pki::SignLum(content_, regular_->IssueLeaf(pki::LeafOptions("RSA", 150), rsa), rsa,
                      {regular_->intermediate}, {.digest = "SHA512"});
-    EXPECT_EQ(Verify(object).result, lumOk) << tracer_->text;
+    EXPECT_EQ(Verify(object).result, lumOk) << tracer_->Text();
 
     // With databases the check is made; the leaf's serial (root, intermediate
     // and leaf are numbered in a row) revokes only in its own hierarchy.

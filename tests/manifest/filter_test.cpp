@@ -2,6 +2,7 @@
 
 #include "manifest/filter.h"
 #include "support/manifest_builder.h"
+#include "support/recording_tracer.h"
 #include "system_info.h"
 
 namespace integrity_check_tool {

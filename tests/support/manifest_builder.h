@@ -5,8 +5,6 @@
 #include <string>
 #include <vector>
 
-#include <zel/tracer.h>
-
 #include "exception.h"
 #include "manifest/manifest.h"
 
@@ -37,22 +35,5 @@ inline FileInfo File(std::string path, std::initializer_list<CheckInfoPtr> check
     file.checks = checks;
     return file;
 }
-
-/// Tracer that keeps every record written within its level.
-class RecordingTracer final : public zel::ITracer {
-public:
-    explicit RecordingTracer(std::uint32_t level) : level_(level) {}
-
-    bool IsEnabled(std::uint32_t level) const noexcept override { return level <= level_; }
-    void Write(std::uint32_t, std::string_view message) noexcept override
-    {
-        records.emplace_back(message);
-    }
-
-    std::vector<std::string> records;
-
-private:
-    std::uint32_t level_;
-};
 
 }  // namespace integrity_check_tool::test

@@ -1,21 +1,41 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include <zel/tracer.h>
 
-namespace crypto::lum::test {
+namespace integrity_check_tool::test {
 
-/// Keeps every record, one a line, to show why a step failed.
+/// Tracer that keeps every record written within its level, to compare them
+/// or to show why a step failed.
 class RecordingTracer final : public zel::ITracer {
 public:
-    bool IsEnabled(std::uint32_t /*level*/) const noexcept override { return true; }
+    /// Keeps the records of `level` and below; all of them by default.
+    explicit RecordingTracer(std::uint32_t level = UINT32_MAX) : level_(level) {}
+
+    bool IsEnabled(std::uint32_t level) const noexcept override { return level <= level_; }
     void Write(std::uint32_t /*level*/, std::string_view message) noexcept override
     {
-        text.append(message).append("\n");
+        records.emplace_back(message);
     }
 
-    std::string text;
+    /// The records, one a line.
+    std::string Text() const
+    {
+        std::string text;
+        for (const std::string& record : records) {
+            text.append(record).append("\n");
+        }
+        return text;
+    }
+
+    std::vector<std::string> records;
+
+private:
+    std::uint32_t level_;
 };
 
-}  // namespace crypto::lum::test
+}  // namespace integrity_check_tool::test

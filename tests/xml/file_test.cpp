@@ -4,6 +4,7 @@
 #include <zel/memory_io.h>
 
 #include "exception.h"
+#include "manifest/json.h"
 #include "manifest/manifest.h"
 #include "support/manifest_builder.h"
 #include "support/temp_dir.h"
@@ -84,6 +85,41 @@ TEST(XmlFileTest, ReadsTheCurrentDialectAndWritesItBackEqual)
     Manifest reread;
     File().LoadFromFile(directory / "m.xml", reread);
     EXPECT_EQ(reread, manifest);
+}
+
+// The conditions are written in one order under their own spellings, and
+// read back from them; the trace shows them as JSON in the same order.
+TEST(XmlFileTest, WritesEveryConditionInItsOrderAndSpelling)
+{
+    Manifest manifest;
+    FileInfo file = test::File("/a");
+    file.arch = Arch::ARM64;
+    file.os = Os::Windows;
+    file.osEdition = OsEdition::Desktop;
+    file.bitness = Bitness::Bits32;
+    file.minVersionNt = 601;
+    file.maxVersionNt = 603;
+    file.linuxKernelVersion = 419;
+    manifest.files.Insert(file);
+    test::TempDir directory;
+    File().StoreToFile(directory / "m.xml", manifest);
+    EXPECT_EQ(test::ReadFile(directory / "m.xml"),
+              "<Manifest>\n    <File arch=\"ARM64\" os=\"Windows\" edition=\"Desktop\" "
+              "bitness=\"32\" minVersionNt=\"601\" maxVersionNt=\"603\" "
+              "linuxKernelVersion=\"419\" path=\"/a\" />\n</Manifest>\n");
+    Manifest reread;
+    File().LoadFromFile(directory / "m.xml", reread);
+    EXPECT_EQ(reread, manifest);
+    EXPECT_NE(ToJson(manifest).find(R"("arch": "ARM64",
+            "os": "Windows",
+            "osEdition": "Desktop",
+            "bitness": "32",
+            "minVersionNt": "601",
+            "maxVersionNt": "603",
+            "linuxKernelVersion": "419",
+            "path": "\/a",)"),
+              std::string::npos)
+        << ToJson(manifest);
 }
 
 TEST(XmlFileTest, NumbersTakeHexPrefixesValuesMayBeLongAndCheckValuesAreBase64)
