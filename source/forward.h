@@ -24,8 +24,6 @@ class IDataObject;
 using IDataObjectPtr = std::shared_ptr<IDataObject>;
 class IValueProvider;
 using IValueProviderPtr = std::shared_ptr<const IValueProvider>;
-class IReadAhead;
-using IReadAheadPtr = std::shared_ptr<IReadAhead>;
 class IStorage;
 using IStoragePtr = std::shared_ptr<IStorage>;
 class IFilter;

@@ -134,19 +134,13 @@ IValueProviderPtr Factory::CreateValueProvider(CheckType type)
     case CheckType::NotExists:
         return std::make_shared<value_provider::Empty>();
     case CheckType::Gost2012:
-        return std::make_shared<value_provider::Hash>(vorn::GetGost2012(GetTracer()), type,
-                                                      readAhead_);
+        return std::make_shared<value_provider::Hash>(vorn::GetGost2012(GetTracer()));
     case CheckType::Sha256:
-        return std::make_shared<value_provider::Hash>(openssl::GetSha256(), type, readAhead_);
+        return std::make_shared<value_provider::Hash>(openssl::GetSha256());
     case CheckType::Value:
         return std::make_shared<value_provider::Raw>();
     }
     UnknownCheckType(type);
-}
-
-void Factory::SetReadAhead(IReadAheadPtr readAhead)
-{
-    readAhead_ = std::move(readAhead);
 }
 
 IStoragePtr Factory::CreateXmlFile()

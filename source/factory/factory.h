@@ -55,9 +55,6 @@ public:
     virtual IActionPtr CreateSingleFileAction() = 0;
     /// The run's counters, shared by the processor and the actions.
     virtual IStatisticsPtr GetStatistics() = 0;
-    /// Hash value providers made from now on take the digests that
-    /// `readAhead` computed; null turns that off.
-    virtual void SetReadAhead(IReadAheadPtr readAhead) { (void)readAhead; }
 };
 using IFactoryPtr = std::shared_ptr<IFactory>;
 
@@ -90,7 +87,6 @@ public:
     IActionPtr CreateNormalizeAction() override;
     IActionPtr CreateSingleFileAction() override;
     IStatisticsPtr GetStatistics() override;
-    void SetReadAhead(IReadAheadPtr readAhead) override;
 
     /// The action that the configuration's present record names.
     IActionPtr CreateConfiguredAction();
@@ -102,7 +98,6 @@ private:
     ConfigPtr config_;
     zel::ServiceLocatorPtr locator_;
     IStatisticsPtr statistics_;
-    IReadAheadPtr readAhead_;
 };
 
 }  // namespace integrity_check_tool
