@@ -58,7 +58,8 @@ public:
 private:
     using Lock = std::unique_lock<std::mutex>;
 
-    // All but Compute run with the lock held.
+    // Called with the lock held, which ComputeUnlocked gives up while
+    // Compute hashes; Work takes it itself.
     void Work();
     std::optional<std::size_t> NextForWorker(Lock& lock);
     void Advance(std::size_t index);
