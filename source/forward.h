@@ -14,6 +14,8 @@ using CheckInfoList = std::vector<CheckInfoPtr>;
 
 class IAction;
 using IActionPtr = std::shared_ptr<IAction>;
+class IFactory;
+using IFactoryPtr = std::shared_ptr<IFactory>;
 class IConsole;
 using IConsolePtr = std::shared_ptr<IConsole>;
 class IFileChecker;
@@ -24,8 +26,6 @@ class IDataObject;
 using IDataObjectPtr = std::shared_ptr<IDataObject>;
 class IValueProvider;
 using IValueProviderPtr = std::shared_ptr<const IValueProvider>;
-class IReadAhead;
-using IReadAheadPtr = std::shared_ptr<IReadAhead>;
 class IStorage;
 using IStoragePtr = std::shared_ptr<IStorage>;
 class IFilter;

@@ -7,12 +7,14 @@
 #include <boost/date_time/posix_time/posix_time.hpp>
 
 #include "action/directory_enumerator.h"
-#include "action/read_ahead_scope.h"
 #include "data_object/data_object.h"
+#include "data_object/read_ahead.h"
 #include "data_object/value_provider.h"
 #include "exception.h"
+#include "hash/content_digest.h"
 #include "manifest/environment.h"
 #include "manifest/expand_visitor.h"
+#include "manifest/filter.h"
 #include "manifest/manifest.h"
 #include "manifest/storage.h"
 #include "tracer.h"
@@ -26,8 +28,8 @@ bool CarriesValue(CheckType type)
     return type == CheckType::Gost2012 || type == CheckType::Sha256 || type == CheckType::Value;
 }
 
-/// The check type whose value generation fills first for `checks`, which
-/// is the one a read-ahead can serve; Exists when there is none.
+/// The check type whose value generation fills first for `checks`;
+/// Exists when there is none.
 CheckType FirstFilled(const CheckInfoList& checks, CheckType defaultType)
 {
     if (checks.empty()) {
@@ -39,6 +41,18 @@ CheckType FirstFilled(const CheckInfoList& checks, CheckType defaultType)
         }
     }
     return CheckType::Exists;
+}
+
+/// The digest read ahead for `file`: the one generation fills first, when
+/// it is a hash and no filter can drop the entry. Asked before the entry's
+/// checks are filled, it gives the same answer in both loops over a list.
+std::optional<CheckType> ReadAheadType(const FileInfo& file, CheckType defaultType)
+{
+    const CheckType type = FirstFilled(file.checks, defaultType);
+    if (IsUnrestricted(file) && IsReadAhead(type)) {
+        return type;
+    }
+    return std::nullopt;
 }
 
 std::string TimeStamp(const boost::posix_time::ptime& time)
@@ -86,24 +100,30 @@ void Generate::GenerateManifest(Manifest& manifest)
     variables.Accept(expand);
 
     // Files are hashed ahead in the order of the loops; entries that the
-    // filter might drop are left to the serial path.
+    // filter might drop are left to the serial path. Each entry with an
+    // item takes the next one.
     std::vector<ReadAheadItem> items;
     for (const FileInfo& file : manifest.files) {
-        if (IsUnrestricted(file)) {
-            AddReadAheadItem(items, Path(environment_->Expand(file.path)).string(),
-                             FirstFilled(file.checks, config_.checkType));
+        if (const std::optional<CheckType> type = ReadAheadType(file, config_.checkType)) {
+            items.push_back(ReadAheadItem{Path(environment_->Expand(file.path)).string(), *type});
         }
     }
-    std::optional<ScopedReadAhead> readAhead(std::in_place, *factory_,
-                                             MakeReadAhead(std::move(items)));
+    IReadAheadPtr readAhead = MakeReadAhead(std::move(items));
 
     bool succeeded = true;
+    std::size_t item = 0;
     for (FileInfo& file : manifest.files) {
+        const std::optional<std::size_t> own =
+            ReadAheadType(file, config_.checkType) ? std::optional(item++) : std::nullopt;
         if (!processor_->IsFiltered(ObjectKind::File, file, file.path)) {
             succeeded = processor_->ProcessFile(file.path, [&] {
-                GenerateChecks(file.path, file.checks, [&] {
-                    return factory_->CreateFileObject(Path(environment_->Expand(file.path)));
-                });
+                const std::optional<ContentDigest> digest = TakeDigest(readAhead.get(), own);
+                GenerateChecks(
+                    file.path, file.checks,
+                    [&] {
+                        return factory_->CreateFileObject(Path(environment_->Expand(file.path)));
+                    },
+                    digest ? &*digest : nullptr);
             }) && succeeded;
         }
     }
@@ -128,7 +148,8 @@ void Generate::GenerateManifest(Manifest& manifest)
 }
 
 void Generate::GenerateChecks(const std::string& description, CheckInfoList& checks,
-                              const std::function<IDataObjectPtr()>& open)
+                              const std::function<IDataObjectPtr()>& open,
+                              const ContentDigest* digest)
 {
     Trace(kTraceDebug, "Processing %1% ...", description);
     if (checks.empty()) {
@@ -141,7 +162,12 @@ void Generate::GenerateChecks(const std::string& description, CheckInfoList& che
             if (!object) {
                 object = open();
             }
-            factory_->CreateValueProvider(check->type)->GetValue(*object, check->value);
+            const IValueProviderPtr provider = factory_->CreateValueProvider(check->type);
+            if (digest != nullptr && digest->Type() == check->type) {
+                check->value = digest->Value();
+            } else {
+                provider->GetValue(*object, check->value);
+            }
         }
     }
 }
@@ -165,20 +191,24 @@ void Generate::GenerateDirectory(DirectoryInfo& directory)
 
     std::vector<ReadAheadItem> items;
     for (const FileInfo& file : directory.files) {
-        if (IsUnrestricted(file)) {
-            AddReadAheadItem(items, (root / file.path).string(),
-                             FirstFilled(file.checks, config_.checkType));
+        if (const std::optional<CheckType> type = ReadAheadType(file, config_.checkType)) {
+            items.push_back(ReadAheadItem{(root / file.path).string(), *type});
         }
     }
-    const ScopedReadAhead readAhead(*factory_, MakeReadAhead(std::move(items)));
+    const IReadAheadPtr readAhead = MakeReadAhead(std::move(items));
 
     bool succeeded = true;
+    std::size_t item = 0;
     for (FileInfo& file : directory.files) {
+        const std::optional<std::size_t> own =
+            ReadAheadType(file, config_.checkType) ? std::optional(item++) : std::nullopt;
         const std::string joined = (root / file.path).string();
         if (!processor_->IsFiltered(ObjectKind::File, file, joined)) {
             succeeded = processor_->ProcessFile(joined, [&] {
-                GenerateChecks(joined, file.checks,
-                               [&] { return factory_->CreateFileObject(Path(joined)); });
+                const std::optional<ContentDigest> digest = TakeDigest(readAhead.get(), own);
+                GenerateChecks(
+                    joined, file.checks, [&] { return factory_->CreateFileObject(Path(joined)); },
+                    digest ? &*digest : nullptr);
             }) && succeeded;
         }
     }
@@ -196,9 +226,10 @@ void Generate::GenerateRegistryKey(RegistryKeyInfo& key)
             continue;
         }
         succeeded = processor_->ProcessRegistryValue(value.name, [&] {
-            GenerateChecks(value.name, value.checks, [&] {
-                return factory_->CreateRegistryObject(key.path, value.name, value.type);
-            });
+            GenerateChecks(
+                value.name, value.checks,
+                [&] { return factory_->CreateRegistryObject(key.path, value.name, value.type); },
+                nullptr);
         }) && succeeded;
     }
     if (!succeeded) {

@@ -9,6 +9,7 @@
 #include "action/processor.h"
 #include "config.h"
 #include "factory/factory.h"
+#include "hash/content_digest.h"
 
 namespace integrity_check_tool::action {
 
@@ -25,9 +26,10 @@ public:
 private:
     void GenerateManifest(Manifest& manifest);
     /// Adds the default check to an entry without checks and fills every
-    /// empty expected value from the object that `open` gives.
+    /// empty expected value from the object that `open` gives, a digest of
+    /// `digest`'s type (when given) from it instead.
     void GenerateChecks(const std::string& description, CheckInfoList& checks,
-                        const std::function<IDataObjectPtr()>& open);
+                        const std::function<IDataObjectPtr()>& open, const ContentDigest* digest);
     void GenerateDirectory(DirectoryInfo& directory);
     void GenerateRegistryKey(RegistryKeyInfo& key);
 

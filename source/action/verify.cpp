@@ -1,8 +1,9 @@
 #include "action/verify.h"
 
+#include <optional>
+
 #include <zel/memory_io.h>
 
-#include "action/read_ahead_scope.h"
 #include "check/checker.h"
 #include "console.h"
 #include "exception.h"
@@ -20,6 +21,12 @@ namespace {
 constexpr const char* kVerifying = "Verifying %1% ...";
 constexpr const char* kCompleted = "Verification of %1% completed";
 constexpr const char* kFailed = "Verification of %1% %2% failed";
+
+/// A file entry's digest is read ahead when its first check hashes.
+bool HasReadAheadItem(const CheckInfoList& checks)
+{
+    return !checks.empty() && IsReadAhead(checks.front()->type);
+}
 
 }  // namespace
 
@@ -66,33 +73,40 @@ void Verify::VerifyManifest(std::vector<Manifest>& manifests)
     manifest.Accept(expand);
     processor_->Filter(manifest);
 
-    // Hashes are read ahead in the order the loops below check the files;
-    // everything printed stays on this thread, in that order.
+    // Digests are read ahead in the order the loops below check the files;
+    // everything printed stays on this thread, in that order. Each entry
+    // with an item takes the next one; a directory's entries start from
+    // the first item it recorded.
     std::vector<ReadAheadItem> items;
     const auto addItem = [&items](std::string path, const CheckInfoList& checks) {
-        if (!checks.empty()) {
-            AddReadAheadItem(items, std::move(path), checks.front()->type);
+        if (HasReadAheadItem(checks)) {
+            items.push_back(ReadAheadItem{std::move(path), checks.front()->type});
         }
     };
     for (const FileInfo& file : manifest.files) {
         addItem(file.path, file.checks);
     }
+    std::vector<std::size_t> firstItems;  // of each directory
     for (const DirectoryInfo& directory : manifest.directories) {
+        firstItems.push_back(items.size());
         for (const FileInfo& file : directory.files) {
             addItem((Path(directory.path) / file.path).string(), file.checks);
         }
     }
-    const ScopedReadAhead readAhead(*factory_, MakeReadAhead(std::move(items)));
+    readAhead_ = MakeReadAhead(std::move(items));
 
     bool succeeded = true;
+    std::size_t item = 0;
     for (const FileInfo& file : manifest.files) {
-        succeeded = VerifyFile(file.path, file.checks) && succeeded;
+        succeeded = VerifyFile(file.path, file.checks, item) && succeeded;
     }
-    for (const DirectoryInfo& directory : manifest.directories) {
+    for (std::size_t i = 0; i < manifest.directories.size(); ++i) {
+        const DirectoryInfo& directory = manifest.directories[i];
         succeeded = processor_->ProcessDirectory(directory.path, [&] {
-            VerifyDirectory(directory);
+            VerifyDirectory(directory, firstItems[i]);
         }) && succeeded;
     }
+    readAhead_.reset();
     for (const RegistryKeyInfo& key : manifest.registries) {
         succeeded =
             processor_->ProcessRegistryKey(key.path, [&] { VerifyRegistryKey(key); }) && succeeded;
@@ -102,22 +116,26 @@ void Verify::VerifyManifest(std::vector<Manifest>& manifests)
     }
 }
 
-bool Verify::VerifyFile(const std::string& path, const CheckInfoList& checks)
+bool Verify::VerifyFile(const std::string& path, const CheckInfoList& checks, std::size_t& item)
 {
+    const std::optional<std::size_t> own =
+        HasReadAheadItem(checks) ? std::optional(item++) : std::nullopt;
     return processor_->ProcessFile(path, [&] {
         Trace(kTraceDebug, kVerifying, path);
-        factory_->CreateFileAnyOf(checks)->CheckFileValue(Path(path));
+        const std::optional<ContentDigest> digest = TakeDigest(readAhead_.get(), own);
+        factory_->CreateFileAnyOf(checks)->CheckFileValueWith(Path(path),
+                                                              digest ? &*digest : nullptr);
         Trace(kTraceDebug, kCompleted, path);
     });
 }
 
-void Verify::VerifyDirectory(const DirectoryInfo& directory)
+void Verify::VerifyDirectory(const DirectoryInfo& directory, std::size_t item)
 {
     Trace(kTraceDebug, kVerifying, directory.path);
     bool succeeded = true;
     for (const FileInfo& file : directory.files) {
         succeeded =
-            VerifyFile((Path(directory.path) / file.path).string(), file.checks) && succeeded;
+            VerifyFile((Path(directory.path) / file.path).string(), file.checks, item) && succeeded;
     }
     if (!succeeded) {
         ICT_THROW(kFailed, "directory", directory.path);

@@ -1,11 +1,13 @@
 #pragma once
 
+#include <cstddef>
 #include <vector>
 
 #include <zel/tracer.h>
 
 #include "action/action.h"
 #include "action/processor.h"
+#include "data_object/read_ahead.h"
 #include "factory/factory.h"
 
 namespace integrity_check_tool::action {
@@ -22,13 +24,17 @@ public:
 
 private:
     void VerifyManifest(std::vector<Manifest>& manifests);
-    bool VerifyFile(const std::string& path, const CheckInfoList& checks);
-    void VerifyDirectory(const DirectoryInfo& directory);
+    /// Checks one file entry; `item` is the read-ahead item of the next
+    /// entry that has one, and passes it when this entry does.
+    bool VerifyFile(const std::string& path, const CheckInfoList& checks, std::size_t& item);
+    /// `item` is the read-ahead item of the directory's first entry with one.
+    void VerifyDirectory(const DirectoryInfo& directory, std::size_t item);
     void VerifyRegistryKey(const RegistryKeyInfo& key);
 
     IFactoryPtr factory_;
     std::vector<Path> manifestPaths_;
     IProcessorPtr processor_;
+    IReadAheadPtr readAhead_;  // null: the checks read the files themselves
 };
 
 }  // namespace integrity_check_tool::action

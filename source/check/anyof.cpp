@@ -10,12 +10,18 @@ namespace integrity_check_tool::check {
 
 void AnyOf::CheckFileValue(const Path& path) const
 {
+    CheckFileValueWith(path, nullptr);
+}
+
+void AnyOf::CheckFileValueWith(const Path& path, const ContentDigest* digest) const
+{
     if (alternatives_.empty()) {
         ICT_THROW(messages::kNoChecksForFile, path.string());
     }
     Checks checks;
     for (const Alternative& alternative : alternatives_) {
-        checks.emplace_back(alternative.name, [&] { alternative.file->CheckFileValue(path); });
+        checks.emplace_back(alternative.name,
+                            [&] { alternative.file->CheckFileValueWith(path, digest); });
     }
     CheckSequence(checks);
 }

@@ -6,8 +6,13 @@ namespace integrity_check_tool::check {
 
 void CheckBase::CheckFileValue(const Path& path) const
 {
+    CheckFileValueWith(path, nullptr);
+}
+
+void CheckBase::CheckFileValueWith(const Path& path, const ContentDigest* digest) const
+{
     const IDataObjectPtr object = factory_->CreateFileObject(path);
-    Check(*object, Subject{path.string(), std::nullopt}, false);
+    Check(*object, Subject{path.string(), std::nullopt, digest}, false);
 }
 
 void CheckBase::CheckRegistryValue(const std::string& key, const std::string& value,

@@ -18,6 +18,8 @@ namespace integrity_check_tool::check {
 struct Subject {
     std::string name;
     std::optional<std::string> key;
+    /// The digest of a file's content when it was read ahead.
+    const ContentDigest* digest = nullptr;
 
     /// Fills the name (and key) as %1% (and %2%), then `extra` after them.
     template <class... Args> std::string Text(const char* format, const Args&... extra) const
@@ -38,6 +40,7 @@ struct Texts {
 class CheckBase : public IFileChecker, public IRegistryChecker, protected zel::TracerProvider {
 public:
     void CheckFileValue(const Path& path) const final;
+    void CheckFileValueWith(const Path& path, const ContentDigest* digest) const final;
     void CheckRegistryValue(const std::string& key, const std::string& value,
                             RegistryType type) const final;
 

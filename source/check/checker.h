@@ -8,6 +8,8 @@
 
 namespace integrity_check_tool {
 
+class ContentDigest;
+
 /// Decides one fact about a file: returns when it holds, throws
 /// check::VerificationMismatch when it does not, and lets any other error
 /// through.
@@ -15,6 +17,14 @@ class IFileChecker {
 public:
     virtual ~IFileChecker() = default;
     virtual void CheckFileValue(const Path& path) const = 0;
+    /// The same, given the digest of the file's content read ahead (null
+    /// when none): a hash check of the digest's type takes it instead of
+    /// reading the file, and meets a read failure kept in it at that point.
+    virtual void CheckFileValueWith(const Path& path, const ContentDigest* digest) const
+    {
+        (void)digest;
+        CheckFileValue(path);
+    }
 };
 using IFileCheckerPtr = std::shared_ptr<const IFileChecker>;
 

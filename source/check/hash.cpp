@@ -1,6 +1,7 @@
 #include "check/hash.h"
 
 #include "check/messages.h"
+#include "hash/content_digest.h"
 #include "tracer.h"
 #include "utils/base64.h"
 
@@ -15,7 +16,11 @@ void Hash::Check(IDataObject& object, const Subject& subject, bool registry) con
                          messages::kFileHasUnexpectedHash};
     TraceDebug(subject, texts.progress);
     Blob digest;
-    provider_->GetValue(object, digest);
+    if (subject.digest != nullptr && subject.digest->Type() == type_) {
+        digest = subject.digest->Value();
+    } else {
+        provider_->GetValue(object, digest);
+    }
     if (IsTraceEnabled(kTraceDebug) && !registry) {
         TraceDebug(subject, messages::kFileHashEvaluated, Base64Encode(digest));
     }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdlib>
+#include <stdexcept>
 #include <system_error>
 
 #include "data_object/file.h"
@@ -13,11 +14,11 @@
 namespace integrity_check_tool {
 
 ReadAhead::ReadAhead(std::vector<ReadAheadItem> items, unsigned workers)
-    : items_(std::move(items)), slots_(items_.size()), sha256_(openssl::GetSha256()),
+    : items_(std::move(items)), sha256_(openssl::GetSha256()),
       // A private instance without a tracer: the shared one traces its
       // creation, and the consumer's records must match a serial run.
       gost_(std::make_shared<const vorn::Gost2012>(nullptr)),
-      window_((workers + 1) * kFilesPerWorker)
+      window_((workers + 1) * kFilesPerWorker), slots_(items_.size())
 {
     workers_.reserve(workers);
     PrepareFormatForThreads();  // workers format the messages of unreadable files
@@ -42,93 +43,105 @@ ReadAhead::~ReadAhead()
     }
 }
 
+ContentDigest ReadAhead::Take(std::size_t index)
+{
+    Lock lock(mutex_);
+    if (index < cursor_ || index >= items_.size()) {
+        throw std::out_of_range("read-ahead item out of order");
+    }
+    Advance(index);
+    ComputeOrWait(lock, index);
+    return *slots_[index];
+}
+
 void ReadAhead::Work()
 {
-    std::unique_lock lock(mutex_);
-    for (;;) {
-        while (!stop_ && next_ < items_.size() && next_ >= cursor_ + window_) {
-            ++idle_;
-            workReady_.wait(lock);
-            --idle_;
-        }
-        next_ = std::max(next_, cursor_);  // items the consumer passed are not read
-        if (stop_ || next_ >= items_.size()) {
-            return;
-        }
-        const std::size_t index = next_++;
-        lock.unlock();
-        Compute(index);
-        lock.lock();
-        slots_[index].done = true;
-        if (waitingFor_ == index) {
-            slotDone_.notify_one();
-        }
+    Lock lock(mutex_);
+    while (const std::optional<std::size_t> index = NextForWorker(lock)) {
+        ComputeUnlocked(lock, *index);
     }
 }
 
-void ReadAhead::Compute(std::size_t index)
+std::optional<std::size_t> ReadAhead::NextForWorker(Lock& lock)
 {
-    Slot& slot = slots_[index];
-    try {
-        const IHashPtr& hash = items_[index].type == CheckType::Gost2012 ? gost_ : sha256_;
-        File file(items_[index].path);
-        slot.digest = hash->CalculateHash(file.GetData());
-    } catch (...) {
-        slot.error = std::current_exception();
+    while (!stop_ && next_ < items_.size() && next_ >= cursor_ + window_) {
+        ++idle_;
+        workReady_.wait(lock);
+        --idle_;
     }
+    next_ = std::max(next_, cursor_);  // items the consumer passed are not read
+    if (stop_ || next_ >= items_.size()) {
+        return std::nullopt;
+    }
+    return next_++;
 }
 
-bool ReadAhead::Take(const std::string& path, CheckType type, Blob& digest)
+void ReadAhead::Advance(std::size_t index)
 {
-    std::unique_lock lock(mutex_);
-    if (stop_) {
-        return false;
-    }
-    // The consumer asks in the order of the list but may pass over items
-    // whose checks never got to the hash; look a window ahead at most.
-    const std::size_t end = std::min(items_.size(), cursor_ + window_ + 1);
-    std::size_t index = cursor_;
-    while (index < end && (items_[index].type != type || items_[index].path != path)) {
-        ++index;
-    }
-    if (index == end) {
-        return false;
-    }
     if (index != cursor_) {
-        for (std::size_t passed = cursor_; passed < index && passed < next_; ++passed) {
-            if (slots_[passed].done) {
-                slots_[passed] = Slot{};  // done stays false: nothing will ask again
-            }
-        }
+        ReleasePassed(index);
         cursor_ = index;
-        // Idle workers are woken once half the window is free again, not
-        // for every file, so that small files do not cost a wake-up each.
-        if (idle_ > 0 && (index >= next_ || next_ - cursor_ <= window_ / 2)) {
-            workReady_.notify_all();
-        }
+        WakeWorkersIfRoom();
     }
-    while (!slots_[index].done) {
+}
+
+void ReadAhead::ReleasePassed(std::size_t index)
+{
+    // Slots still being read are dropped by their worker when it is done.
+    for (std::size_t passed = cursor_; passed < index && passed < next_; ++passed) {
+        slots_[passed].reset();
+    }
+}
+
+void ReadAhead::WakeWorkersIfRoom()
+{
+    // Idle workers are woken once half the window is free again, not for
+    // every file, so that small files do not cost a wake-up each.
+    if (idle_ > 0 && (cursor_ >= next_ || next_ - cursor_ <= window_ / 2)) {
+        workReady_.notify_all();
+    }
+}
+
+void ReadAhead::ComputeOrWait(Lock& lock, std::size_t index)
+{
+    while (!slots_[index]) {
         next_ = std::max(next_, cursor_);
         if (next_ == index || (next_ < items_.size() && next_ < cursor_ + window_)) {
             // Rather than sleep, read a file nobody has taken: the one asked
             // for, or the next one a worker would read. A switch of threads
             // per file would cost more than hashing a small one.
-            const std::size_t own = next_++;
-            lock.unlock();
-            Compute(own);
-            lock.lock();
-            slots_[own].done = true;
+            ComputeUnlocked(lock, next_++);
             continue;
         }
         waitingFor_ = index;
         slotDone_.wait(lock);
         waitingFor_ = kNobody;
     }
-    if (slots_[index].error) {
-        std::rethrow_exception(slots_[index].error);
+}
+
+void ReadAhead::ComputeUnlocked(Lock& lock, std::size_t index)
+{
+    lock.unlock();
+    ContentDigest digest = Compute(index);
+    lock.lock();
+    if (index >= cursor_) {  // else nothing will ask for it
+        slots_[index] = std::move(digest);
+        if (waitingFor_ == index) {
+            slotDone_.notify_one();
+        }
     }
-    digest = slots_[index].digest;
-    return true;
+}
+
+ContentDigest ReadAhead::Compute(std::size_t index) const
+{
+    const ReadAheadItem& item = items_[index];
+    try {
+        const IHashPtr& hash = item.type == CheckType::Gost2012 ? gost_ : sha256_;
+        File file(item.path);
+        return ContentDigest(item.type, hash->CalculateHash(file.GetData()));
+    } catch (...) {
+        return ContentDigest(item.type, std::current_exception());
+    }
 }
 
 unsigned ReadAheadThreads(std::string_view setting, unsigned cores)
@@ -162,16 +175,17 @@ IReadAheadPtr MakeReadAhead(std::vector<ReadAheadItem> items, unsigned threads)
     return std::make_shared<ReadAhead>(std::move(items), workers);
 }
 
-void AddReadAheadItem(std::vector<ReadAheadItem>& items, std::string path, CheckType type)
+std::optional<ContentDigest> TakeDigest(IReadAhead* readAhead, std::optional<std::size_t> index)
 {
-    if (type == CheckType::Sha256 || type == CheckType::Gost2012) {
-        items.push_back(ReadAheadItem{std::move(path), type});
+    if (readAhead == nullptr || !index) {
+        return std::nullopt;
     }
+    return readAhead->Take(*index);
 }
 
-bool IsUnrestricted(const Applicability& entry)
+bool IsReadAhead(CheckType type)
 {
-    return entry == Applicability{};
+    return type == CheckType::Sha256 || type == CheckType::Gost2012;
 }
 
 }  // namespace integrity_check_tool

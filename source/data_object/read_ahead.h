@@ -2,33 +2,32 @@
 
 #include <condition_variable>
 #include <cstddef>
-#include <exception>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <thread>
 #include <vector>
 
 #include "enums.h"
+#include "hash/content_digest.h"
 #include "hash/hash.h"
-#include "manifest/manifest.h"
-#include "types.h"
 
 namespace integrity_check_tool {
 
-/// Digests of files computed before the checks ask for them.
+/// Digests of files computed before the checks need them.
 class IReadAhead {
 public:
     virtual ~IReadAhead() = default;
-    /// True with `digest` filled when the `type` digest of `path` was read
-    /// ahead; rethrows what reading it threw. False when it was not read
-    /// ahead: the caller computes it itself.
-    virtual bool Take(const std::string& path, CheckType type, Blob& digest) = 0;
+    /// The digest of item `index`, with what reading it threw kept inside.
+    /// Indices never decrease from one call to the next; items passed over
+    /// are given up.
+    virtual ContentDigest Take(std::size_t index) = 0;
 };
 using IReadAheadPtr = std::shared_ptr<IReadAhead>;
 
-/// One file to hash ahead, in the order the checks will ask for it.
+/// One file to hash ahead, in the order its check will be made.
 struct ReadAheadItem {
     std::string path;
     CheckType type = CheckType::Sha256;
@@ -53,31 +52,35 @@ public:
     ReadAhead(const ReadAhead&) = delete;
     ReadAhead& operator=(const ReadAhead&) = delete;
 
-    /// Looks for `path` a little ahead of the previous request and waits
-    /// for it (or reads it); earlier items are given up.
-    bool Take(const std::string& path, CheckType type, Blob& digest) override;
+    /// Throws std::out_of_range for an index past the items or behind the
+    /// previous one.
+    ContentDigest Take(std::size_t index) override;
 
 private:
-    struct Slot {
-        Blob digest;
-        std::exception_ptr error;
-        bool done = false;
-    };
+    using Lock = std::unique_lock<std::mutex>;
 
+    // Called with the lock held, which ComputeUnlocked gives up while
+    // Compute hashes; Work takes it itself.
     void Work();
-    void Compute(std::size_t index);
+    std::optional<std::size_t> NextForWorker(Lock& lock);
+    void Advance(std::size_t index);
+    void ReleasePassed(std::size_t index);
+    void WakeWorkersIfRoom();
+    void ComputeOrWait(Lock& lock, std::size_t index);
+    void ComputeUnlocked(Lock& lock, std::size_t index);
+    ContentDigest Compute(std::size_t index) const;
 
-    std::vector<ReadAheadItem> items_;
-    std::vector<Slot> slots_;
+    const std::vector<ReadAheadItem> items_;
     IHashPtr sha256_;
     IHashPtr gost_;
-    std::size_t window_;
+    const std::size_t window_;
 
     std::mutex mutex_;
-    std::condition_variable workReady_;  // workers: the window moved or stop
-    std::condition_variable slotDone_;   // consumer: a slot was filled
-    std::size_t next_ = 0;               // first item no worker has taken
-    std::size_t cursor_ = 0;             // the consumer's position
+    std::condition_variable workReady_;                // workers: the window moved or stop
+    std::condition_variable slotDone_;                 // consumer: a slot was filled
+    std::vector<std::optional<ContentDigest>> slots_;  // filled when done
+    std::size_t next_ = 0;                             // first item nobody has taken
+    std::size_t cursor_ = 0;                           // the consumer's position
     static constexpr std::size_t kNobody = ~std::size_t{0};
     std::size_t waitingFor_ = kNobody;  // the slot the consumer waits for
     unsigned idle_ = 0;                 // workers waiting for room in the window
@@ -99,10 +102,11 @@ unsigned ReadAheadThreads();
 IReadAheadPtr MakeReadAhead(std::vector<ReadAheadItem> items,
                             unsigned threads = ReadAheadThreads());
 
-/// Appends `path` to `items` when `type` is a hash.
-void AddReadAheadItem(std::vector<ReadAheadItem>& items, std::string path, CheckType type);
+/// Item `index` of `readAhead`; none when either is missing, and the check
+/// reads the file itself.
+std::optional<ContentDigest> TakeDigest(IReadAhead* readAhead, std::optional<std::size_t> index);
 
-/// True when `entry` applies to every system.
-bool IsUnrestricted(const Applicability& entry);
+/// True when `type` is a digest a read-ahead computes.
+bool IsReadAhead(CheckType type);
 
 }  // namespace integrity_check_tool

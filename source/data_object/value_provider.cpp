@@ -2,7 +2,6 @@
 
 #include <zel/exception.h>
 
-#include "data_object/file.h"
 #include "utils/utils.h"
 
 namespace integrity_check_tool::value_provider {
@@ -19,12 +18,6 @@ void Raw::GetValue(IDataObject& object, Blob& value) const
 
 void Hash::GetValue(IDataObject& object, Blob& value) const
 {
-    if (readAhead_) {
-        if (const auto* file = dynamic_cast<const File*>(&object);
-            file != nullptr && readAhead_->Take(file->GetPath(), type_, value)) {
-            return;
-        }
-    }
     value = hash_->CalculateHash(object.GetData());
 }
 

@@ -3,7 +3,6 @@
 #include <memory>
 
 #include "data_object/data_object.h"
-#include "data_object/read_ahead.h"
 #include "enums.h"
 #include "hash/hash.h"
 #include "types.h"
@@ -35,20 +34,14 @@ public:
     void GetValue(IDataObject& object, Blob& value) const override;
 };
 
-/// The digest of the object's content, taken from `readAhead` (when
-/// given) for the files it read ahead.
+/// The digest of the object's content.
 class Hash final : public IValueProvider {
 public:
-    Hash(IHashPtr hash, CheckType type, IReadAheadPtr readAhead = nullptr)
-        : hash_(std::move(hash)), type_(type), readAhead_(std::move(readAhead))
-    {
-    }
+    explicit Hash(IHashPtr hash) : hash_(std::move(hash)) {}
     void GetValue(IDataObject& object, Blob& value) const override;
 
 private:
     IHashPtr hash_;
-    CheckType type_;
-    IReadAheadPtr readAhead_;
 };
 
 }  // namespace value_provider

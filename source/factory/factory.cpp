@@ -9,18 +9,14 @@
 #include "action/processor.h"
 #include "action/verify.h"
 #include "check/anyof.h"
-#include "check/exists.h"
-#include "check/hash.h"
-#include "check/not_exists.h"
-#include "check/value.h"
+#include "check/check_base.h"
 #include "console.h"
 #include "data_object/file.h"
 #include "data_object/messages.h"
 #include "data_object/value_provider.h"
 #include "exception.h"
+#include "factory/checkers.h"
 #include "factory/composite.h"
-#include "hash/gost2012.h"
-#include "hash/sha256.h"
 #include "manifest/environment.h"
 #include "manifest/filter.h"
 #include "manifest/manifest.h"
@@ -35,11 +31,6 @@
 namespace integrity_check_tool {
 
 namespace {
-
-[[noreturn]] void UnknownCheckType(CheckType type)
-{
-    ICT_THROW("Unknown check type %1%", static_cast<std::uint32_t>(type));
-}
 
 /// Accepts every manifest as it stands: verification without a signature.
 class WithoutSignatureVerifier final : public ISignatureVerifier {
@@ -60,45 +51,14 @@ CompositePtr Factory::CreateComposite()
     return std::make_shared<Composite>();
 }
 
-std::shared_ptr<check::CheckBase> Factory::CreateChecker(const CheckInfo& check)
-{
-    const IFactoryPtr self = shared_from_this();
-    switch (check.type) {
-    case CheckType::Exists:
-        return std::make_shared<check::Exists>(GetTracer(), self);
-    case CheckType::NotExists:
-        return std::make_shared<check::NotExists>(GetTracer(), self);
-    case CheckType::Gost2012:
-    case CheckType::Sha256:
-        return std::make_shared<check::Hash>(GetTracer(), self, CreateValueProvider(check.type),
-                                             check.type, check.value);
-    case CheckType::Value:
-        return std::make_shared<check::Value>(GetTracer(), self, CreateValueProvider(check.type),
-                                              check.value);
-    }
-    UnknownCheckType(check.type);
-}
-
 IFileCheckerPtr Factory::CreateFileChecker(const CheckInfoPtr& check)
 {
-    return CreateChecker(*check);
+    return MakeChecker(*check, GetTracer(), shared_from_this());
 }
 
 IRegistryCheckerPtr Factory::CreateRegistryChecker(const CheckInfoPtr& check)
 {
-    return CreateChecker(*check);
-}
-
-std::shared_ptr<check::AnyOf> Factory::CreateAnyOf(const CheckInfoList& checks)
-{
-    std::vector<check::AnyOf::Alternative> alternatives;
-    alternatives.reserve(checks.size());
-    for (std::size_t i = 0; i < checks.size(); ++i) {
-        auto checker = CreateChecker(*checks[i]);
-        alternatives.push_back(
-            {ToName(checks[i]->type) + " #" + std::to_string(i + 1), checker, checker});
-    }
-    return std::make_shared<check::AnyOf>(GetTracer(), std::move(alternatives));
+    return MakeChecker(*check, GetTracer(), shared_from_this());
 }
 
 IFileCheckerPtr Factory::CreateFileAnyOf(const CheckInfoList& checks)
@@ -106,7 +66,7 @@ IFileCheckerPtr Factory::CreateFileAnyOf(const CheckInfoList& checks)
     if (checks.size() == 1) {
         return CreateFileChecker(checks.front());
     }
-    return CreateAnyOf(checks);
+    return MakeAnyOf(checks, GetTracer(), shared_from_this());
 }
 
 IRegistryCheckerPtr Factory::CreateRegistryAnyOf(const CheckInfoList& checks)
@@ -114,7 +74,7 @@ IRegistryCheckerPtr Factory::CreateRegistryAnyOf(const CheckInfoList& checks)
     if (checks.size() == 1) {
         return CreateRegistryChecker(checks.front());
     }
-    return CreateAnyOf(checks);
+    return MakeAnyOf(checks, GetTracer(), shared_from_this());
 }
 
 IDataObjectPtr Factory::CreateFileObject(const Path& path)
@@ -129,24 +89,7 @@ IDataObjectPtr Factory::CreateRegistryObject(const std::string&, const std::stri
 
 IValueProviderPtr Factory::CreateValueProvider(CheckType type)
 {
-    switch (type) {
-    case CheckType::Exists:
-    case CheckType::NotExists:
-        return std::make_shared<value_provider::Empty>();
-    case CheckType::Gost2012:
-        return std::make_shared<value_provider::Hash>(vorn::GetGost2012(GetTracer()), type,
-                                                      readAhead_);
-    case CheckType::Sha256:
-        return std::make_shared<value_provider::Hash>(openssl::GetSha256(), type, readAhead_);
-    case CheckType::Value:
-        return std::make_shared<value_provider::Raw>();
-    }
-    UnknownCheckType(type);
-}
-
-void Factory::SetReadAhead(IReadAheadPtr readAhead)
-{
-    readAhead_ = std::move(readAhead);
+    return MakeValueProvider(type, GetTracer());
 }
 
 IStoragePtr Factory::CreateXmlFile()

@@ -13,11 +13,6 @@
 
 namespace integrity_check_tool {
 
-namespace check {
-class AnyOf;
-class CheckBase;
-}  // namespace check
-
 /// The one place where the program's concrete objects are chosen and made.
 /// Every operation returns a new object or throws Exception.
 class IFactory {
@@ -55,11 +50,7 @@ public:
     virtual IActionPtr CreateSingleFileAction() = 0;
     /// The run's counters, shared by the processor and the actions.
     virtual IStatisticsPtr GetStatistics() = 0;
-    /// Hash value providers made from now on take the digests that
-    /// `readAhead` computed; null turns that off.
-    virtual void SetReadAhead(IReadAheadPtr readAhead) { (void)readAhead; }
 };
-using IFactoryPtr = std::shared_ptr<IFactory>;
 
 class Factory final : public IFactory,
                       public std::enable_shared_from_this<Factory>,
@@ -90,19 +81,14 @@ public:
     IActionPtr CreateNormalizeAction() override;
     IActionPtr CreateSingleFileAction() override;
     IStatisticsPtr GetStatistics() override;
-    void SetReadAhead(IReadAheadPtr readAhead) override;
 
     /// The action that the configuration's present record names.
     IActionPtr CreateConfiguredAction();
 
 private:
-    std::shared_ptr<check::CheckBase> CreateChecker(const CheckInfo& check);
-    std::shared_ptr<check::AnyOf> CreateAnyOf(const CheckInfoList& checks);
-
     ConfigPtr config_;
     zel::ServiceLocatorPtr locator_;
     IStatisticsPtr statistics_;
-    IReadAheadPtr readAhead_;
 };
 
 }  // namespace integrity_check_tool

@@ -63,4 +63,9 @@ bool Filter::IsFiltered(const Applicability& entry, std::string_view description
     return true;
 }
 
+bool IsUnrestricted(const Applicability& entry)
+{
+    return entry == Applicability{};
+}
+
 }  // namespace integrity_check_tool

@@ -21,6 +21,9 @@ public:
     virtual bool IsFiltered(const Applicability& entry, std::string_view description) const = 0;
 };
 
+/// True when `entry` applies to every system: no filter drops it.
+bool IsUnrestricted(const Applicability& entry);
+
 /// Filter for one system, whose facts are read once at construction.
 class Filter final : public IFilter, private zel::TracerProvider {
 public:

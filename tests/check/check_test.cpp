@@ -4,6 +4,7 @@
 #include "check/checker.h"
 #include "check/verification_mismatch.h"
 #include "factory/factory.h"
+#include "hash/content_digest.h"
 #include "support/manifest_builder.h"
 #include "support/recording_tracer.h"
 #include "support/temp_dir.h"
@@ -27,10 +28,11 @@ protected:
     }
 
     /// The description of what checking `path` with `checks` throws, or "passed".
-    std::string Outcome(const CheckInfoList& checks, const Path& path)
+    std::string Outcome(const CheckInfoList& checks, const Path& path,
+                        const ContentDigest* digest = nullptr)
     {
         try {
-            factory_->CreateFileAnyOf(checks)->CheckFileValue(path);
+            factory_->CreateFileAnyOf(checks)->CheckFileValueWith(path, digest);
         } catch (const check::VerificationMismatch& mismatch) {
             return "mismatch: " + mismatch.GetDescription();
         } catch (const Exception& error) {
@@ -79,6 +81,35 @@ TEST_F(CheckTest, MismatchesNameTheCheckerAndBothSides)
               "Registry not supported on this platform");
     EXPECT_THROW(factory_->CreateFileChecker(Check(static_cast<CheckType>(7))), Exception);
     EXPECT_THROW(factory_->CreateValueProvider(static_cast<CheckType>(5)), Exception);
+}
+
+// A digest read ahead stands for the file's content in the hash checks of
+// its type, every alternative of several included; what reading threw is
+// thrown where the check would have read the file.
+TEST_F(CheckTest, DigestsReadAheadStandForTheContent)
+{
+    const std::string abc = (dir_ / "abc").string();
+    const std::string empty = (dir_ / "empty").string();
+    const CheckInfoPtr sha = Check(CheckType::Sha256, Base64Decode(kAbcSha256));
+    const ContentDigest abcDigest(CheckType::Sha256, Base64Decode(kAbcSha256));
+    const ContentDigest otherType(CheckType::Gost2012, Blob{1, 2, 3});
+    const ContentDigest failed(CheckType::Sha256,
+                               std::make_exception_ptr(Exception("Can't read " + abc)));
+    const std::tuple<CheckInfoList, std::string, const ContentDigest*, std::string> cases[] = {
+        {{sha}, empty, &abcDigest, "passed"},
+        {{Check(CheckType::Exists), sha}, empty, &abcDigest, "passed"},
+        {{sha}, abc, &otherType, "passed"},
+        {{sha}, abc, &failed, "Can't read " + abc},
+        {{Check(CheckType::Value, {'x'}), sha},
+         abc,
+         &failed,
+         "All checks failed:\n\tChecker [1]: Verification mismatch with 'Value' checker. Reason: "
+         "File " +
+             abc + " has unexpected value\n\tChecker [2]: Can't read " + abc},
+    };
+    for (const auto& [checks, path, digest, outcome] : cases) {
+        EXPECT_EQ(Outcome(checks, path, digest), outcome);
+    }
 }
 
 }  // namespace

@@ -33,7 +33,7 @@ protected:
     {
         std::vector<ReadAheadItem> items;
         for (int i = 0; i < kFiles; ++i) {
-            AddReadAheadItem(items, Name(i), TypeOf(i));
+            items.push_back(ReadAheadItem{Name(i), TypeOf(i)});
         }
         return items;
     }
@@ -51,41 +51,38 @@ protected:
 };
 
 // Whatever the worker count, items come in order with the digests of the
-// serial path. Strangers fall back to that path; skipping items (their checks
-// passed before hashing) keeps the following ones served; a second request
-// (AnyOf may ask twice) is served again; items behind the consumer are given up.
-TEST_F(ReadAheadTest, ServesItemsInOrderAndLetsTheRestFallBack)
+// serial path; skipped items (filtered entries) leave the following ones
+// served, an index may be asked twice, and never one behind.
+TEST_F(ReadAheadTest, ServesItemsByIndexWithTheDigestsOfTheSerialPath)
 {
     for (const unsigned workers : {0u, 1u, 3u}) {
         SCOPED_TRACE(workers);
         ReadAhead readAhead(Items(), workers);
-        Blob digest;
-        EXPECT_FALSE(readAhead.Take("/no/such/item", CheckType::Sha256, digest));
-        EXPECT_FALSE(readAhead.Take(Name(0), CheckType::Value, digest));
         for (int i = 0; i < kFiles; i += 1 + i % 4) {
-            ASSERT_TRUE(readAhead.Take(Name(i), TypeOf(i), digest)) << i;
-            EXPECT_EQ(digest, Expected(i)) << i;
-            if (Blob again; i % 10 == 1) {
-                ASSERT_TRUE(readAhead.Take(Name(i), TypeOf(i), again));
-                EXPECT_EQ(again, digest);
+            const auto index = static_cast<std::size_t>(i);
+            const ContentDigest digest = readAhead.Take(index);
+            EXPECT_EQ(digest.Type(), TypeOf(i)) << i;
+            EXPECT_EQ(digest.Value(), Expected(i)) << i;
+            if (i % 10 == 1) {
+                EXPECT_EQ(readAhead.Take(index).Value(), digest.Value());
             }
         }
-        EXPECT_FALSE(readAhead.Take(Name(1), TypeOf(1), digest));
+        EXPECT_THROW(readAhead.Take(1), std::out_of_range);
+        EXPECT_THROW(readAhead.Take(kFiles), std::out_of_range);
     }
 }
 
+// A read failure is kept until the digest is asked for, then thrown as the
+// serial path throws it.
 TEST_F(ReadAheadTest, ReadErrorsComeBackAsTheSerialPathThrowsThem)
 {
-    std::vector<ReadAheadItem> items;
-    AddReadAheadItem(items, (dir_ / "missing").string(), CheckType::Sha256);
-    AddReadAheadItem(items, dir_.path().string(), CheckType::Gost2012);
-    ReadAhead readAhead(std::move(items), 2);
-    Blob digest;
-    EXPECT_EQ(
-        Refusal([&] { readAhead.Take((dir_ / "missing").string(), CheckType::Sha256, digest); }),
-        "Can't read or access file " + (dir_ / "missing").string() +
-            ". Reason: No such file or directory");
-    EXPECT_THROW(readAhead.Take(dir_.path().string(), CheckType::Gost2012, digest), Exception);
+    const std::string missing = (dir_ / "missing").string();
+    ReadAhead readAhead({{missing, CheckType::Sha256}, {dir_.path().string(), CheckType::Gost2012}},
+                        2);
+    const ContentDigest absent = readAhead.Take(0);
+    EXPECT_EQ(Refusal([&] { absent.Value(); }),
+              "Can't read or access file " + missing + ". Reason: No such file or directory");
+    EXPECT_THROW(readAhead.Take(1).Value(), Exception);
 }
 
 // Past 256 the count is capped; a setting that is no positive number means

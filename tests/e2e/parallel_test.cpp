@@ -39,10 +39,16 @@ protected:
         const std::string head =
             "<Manifest productName=\"P\" productVersion=\"1\">"
             "<File path=\"%ProductRoot%/forbidden\"><Check type=\"NotExists\"/></File>";
+        // Entries with conditions (one filtered out) come before the one
+        // read ahead: generation leaves them to the serial path.
         WriteFile(Product() / "sha.config",
-                  head + "<File path=\"%ProductRoot%/single\"><Check type=\"Sha256\"/>"
-                         "<Check type=\"Gost2012\"/></File>"
-                         "<Files path=\"%ProductRoot%/a\"/></Manifest>");
+                  head +
+                      "<File path=\"%ProductRoot%/a/d1/f1\" os=\"Linux\"><Check type=\"Sha256\"/>"
+                      "</File><File path=\"%ProductRoot%/elsewhere\" arch=\"E2K32\">"
+                      "<Check type=\"Sha256\"/></File>"
+                      "<File path=\"%ProductRoot%/single\"><Check type=\"Sha256\"/>"
+                      "<Check type=\"Gost2012\"/></File>"
+                      "<Files path=\"%ProductRoot%/a\"/></Manifest>");
         WriteFile(Product() / "gost.config", head + "<Files path=\"%ProductRoot%/b\"/></Manifest>");
         boost::filesystem::create_directory(shared_ / "out");
         OpenUp();

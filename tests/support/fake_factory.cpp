@@ -5,17 +5,12 @@
 
 #include "action/processor.h"
 #include "check/anyof.h"
-#include "check/exists.h"
-#include "check/hash.h"
-#include "check/not_exists.h"
-#include "check/value.h"
+#include "check/check_base.h"
 #include "data_object/file.h"
 #include "data_object/messages.h"
-#include "data_object/value_provider.h"
 #include "exception.h"
+#include "factory/checkers.h"
 #include "factory/composite.h"
-#include "hash/gost2012.h"
-#include "hash/sha256.h"
 #include "manifest/environment.h"
 #include "manifest/filter.h"
 #include "signature/signature_verifier.h"
@@ -100,37 +95,6 @@ public:
     std::uint32_t GetOsVersion() const override { return 600; }
 };
 
-std::shared_ptr<check::CheckBase> MakeChecker(IFactory& factory, const CheckInfo& check,
-                                              IFactoryPtr self)
-{
-    switch (check.type) {
-    case CheckType::Exists:
-        return std::make_shared<check::Exists>(nullptr, self);
-    case CheckType::NotExists:
-        return std::make_shared<check::NotExists>(nullptr, self);
-    case CheckType::Gost2012:
-    case CheckType::Sha256:
-        return std::make_shared<check::Hash>(nullptr, self, factory.CreateValueProvider(check.type),
-                                             check.type, check.value);
-    case CheckType::Value:
-        return std::make_shared<check::Value>(nullptr, self,
-                                              factory.CreateValueProvider(check.type), check.value);
-    }
-    ICT_THROW("Unknown check type");
-}
-
-std::shared_ptr<check::AnyOf> MakeAnyOf(IFactory& factory, const CheckInfoList& checks,
-                                        const IFactoryPtr& self)
-{
-    std::vector<check::AnyOf::Alternative> alternatives;
-    for (std::size_t i = 0; i < checks.size(); ++i) {
-        auto checker = MakeChecker(factory, *checks[i], self);
-        alternatives.push_back(
-            {ToName(checks[i]->type) + " #" + std::to_string(i + 1), checker, checker});
-    }
-    return std::make_shared<check::AnyOf>(nullptr, std::move(alternatives));
-}
-
 }  // namespace
 
 void MemoryStorage::LoadFromStream(zel::IIO& stream, Manifest& manifest)
@@ -160,12 +124,12 @@ CompositePtr FakeFactory::CreateComposite()
 
 IFileCheckerPtr FakeFactory::CreateFileChecker(const CheckInfoPtr& check)
 {
-    return MakeChecker(*this, *check, shared_from_this());
+    return MakeChecker(*check, nullptr, shared_from_this());
 }
 
 IRegistryCheckerPtr FakeFactory::CreateRegistryChecker(const CheckInfoPtr& check)
 {
-    return MakeChecker(*this, *check, shared_from_this());
+    return MakeChecker(*check, nullptr, shared_from_this());
 }
 
 IFileCheckerPtr FakeFactory::CreateFileAnyOf(const CheckInfoList& checks)
@@ -173,7 +137,7 @@ IFileCheckerPtr FakeFactory::CreateFileAnyOf(const CheckInfoList& checks)
     if (checks.size() == 1) {
         return CreateFileChecker(checks.front());
     }
-    return MakeAnyOf(*this, checks, shared_from_this());
+    return MakeAnyOf(checks, nullptr, shared_from_this());
 }
 
 IRegistryCheckerPtr FakeFactory::CreateRegistryAnyOf(const CheckInfoList& checks)
@@ -181,7 +145,7 @@ IRegistryCheckerPtr FakeFactory::CreateRegistryAnyOf(const CheckInfoList& checks
     if (checks.size() == 1) {
         return CreateRegistryChecker(checks.front());
     }
-    return MakeAnyOf(*this, checks, shared_from_this());
+    return MakeAnyOf(checks, nullptr, shared_from_this());
 }
 
 IDataObjectPtr FakeFactory::CreateFileObject(const Path& path)
@@ -201,18 +165,7 @@ IDataObjectPtr FakeFactory::CreateRegistryObject(const std::string&, const std::
 
 IValueProviderPtr FakeFactory::CreateValueProvider(CheckType type)
 {
-    switch (type) {
-    case CheckType::Exists:
-    case CheckType::NotExists:
-        return std::make_shared<value_provider::Empty>();
-    case CheckType::Gost2012:
-        return std::make_shared<value_provider::Hash>(vorn::GetGost2012(), type);
-    case CheckType::Sha256:
-        return std::make_shared<value_provider::Hash>(openssl::GetSha256(), type);
-    case CheckType::Value:
-        return std::make_shared<value_provider::Raw>();
-    }
-    ICT_THROW("Unknown check type");
+    return MakeValueProvider(type, nullptr);
 }
 
 IStoragePtr FakeFactory::CreateXmlFile()
