@@ -57,6 +57,57 @@ bool Verify::Run()
 
 void Verify::VerifyManifest(std::vector<Manifest>& manifests)
 {
+    PrepareManifest(manifests);
+    const Manifest& manifest = manifests.front();
+
+    // The files in the order they are checked, each path built once.
+    // Digests are read ahead in that order; everything printed stays on
+    // this thread.
+    std::vector<ReadAheadItem> items;
+    const auto entry = [&items](std::string path, const CheckInfoList& checks) {
+        FileEntry file{std::move(path), &checks, std::nullopt};
+        if (HasReadAheadItem(checks)) {
+            file.item = items.size();
+            items.push_back(ReadAheadItem{file.path, checks.front()->type});
+        }
+        return file;
+    };
+    std::vector<FileEntry> files;
+    for (const FileInfo& file : manifest.files) {
+        files.push_back(entry(file.path, file.checks));
+    }
+    std::vector<std::vector<FileEntry>> directoryFiles(manifest.directories.size());
+    for (std::size_t i = 0; i < manifest.directories.size(); ++i) {
+        const DirectoryInfo& directory = manifest.directories[i];
+        for (const FileInfo& file : directory.files) {
+            directoryFiles[i].push_back(
+                entry((Path(directory.path) / file.path).string(), file.checks));
+        }
+    }
+    readAhead_ = MakeReadAhead(std::move(items));
+
+    bool succeeded = true;
+    for (const FileEntry& file : files) {
+        succeeded = VerifyFile(file) && succeeded;
+    }
+    for (std::size_t i = 0; i < manifest.directories.size(); ++i) {
+        const std::string& path = manifest.directories[i].path;
+        succeeded = processor_->ProcessDirectory(path, [&] {
+            VerifyDirectory(path, directoryFiles[i]);
+        }) && succeeded;
+    }
+    readAhead_.reset();
+    for (const RegistryKeyInfo& key : manifest.registries) {
+        succeeded =
+            processor_->ProcessRegistryKey(key.path, [&] { VerifyRegistryKey(key); }) && succeeded;
+    }
+    if (!succeeded) {
+        ICT_THROW(kFailed, "manifest", manifestPaths_.front().string());
+    }
+}
+
+void Verify::PrepareManifest(std::vector<Manifest>& manifests)
+{
     Manifest& manifest = manifests.front();
     const std::string name = manifestPaths_.front().string();
     for (std::size_t i = 1; i < manifests.size(); ++i) {
@@ -72,75 +123,30 @@ void Verify::VerifyManifest(std::vector<Manifest>& manifests)
     ExpandVariablesManifestVisitor expand(*environment, factory_->CreateFilter());
     manifest.Accept(expand);
     processor_->Filter(manifest);
-
-    // Digests are read ahead in the order the loops below check the files;
-    // everything printed stays on this thread, in that order. Each entry
-    // with an item takes the next one; a directory's entries start from
-    // the first item it recorded.
-    std::vector<ReadAheadItem> items;
-    const auto addItem = [&items](std::string path, const CheckInfoList& checks) {
-        if (HasReadAheadItem(checks)) {
-            items.push_back(ReadAheadItem{std::move(path), checks.front()->type});
-        }
-    };
-    for (const FileInfo& file : manifest.files) {
-        addItem(file.path, file.checks);
-    }
-    std::vector<std::size_t> firstItems;  // of each directory
-    for (const DirectoryInfo& directory : manifest.directories) {
-        firstItems.push_back(items.size());
-        for (const FileInfo& file : directory.files) {
-            addItem((Path(directory.path) / file.path).string(), file.checks);
-        }
-    }
-    readAhead_ = MakeReadAhead(std::move(items));
-
-    bool succeeded = true;
-    std::size_t item = 0;
-    for (const FileInfo& file : manifest.files) {
-        succeeded = VerifyFile(file.path, file.checks, item) && succeeded;
-    }
-    for (std::size_t i = 0; i < manifest.directories.size(); ++i) {
-        const DirectoryInfo& directory = manifest.directories[i];
-        succeeded = processor_->ProcessDirectory(directory.path, [&] {
-            VerifyDirectory(directory, firstItems[i]);
-        }) && succeeded;
-    }
-    readAhead_.reset();
-    for (const RegistryKeyInfo& key : manifest.registries) {
-        succeeded =
-            processor_->ProcessRegistryKey(key.path, [&] { VerifyRegistryKey(key); }) && succeeded;
-    }
-    if (!succeeded) {
-        ICT_THROW(kFailed, "manifest", name);
-    }
 }
 
-bool Verify::VerifyFile(const std::string& path, const CheckInfoList& checks, std::size_t& item)
+bool Verify::VerifyFile(const FileEntry& file)
 {
-    const std::optional<std::size_t> own =
-        HasReadAheadItem(checks) ? std::optional(item++) : std::nullopt;
-    return processor_->ProcessFile(path, [&] {
-        Trace(kTraceDebug, kVerifying, path);
-        const std::optional<ContentDigest> digest = TakeDigest(readAhead_.get(), own);
-        factory_->CreateFileAnyOf(checks)->CheckFileValueWith(Path(path),
-                                                              digest ? &*digest : nullptr);
-        Trace(kTraceDebug, kCompleted, path);
+    return processor_->ProcessFile(file.path, [&] {
+        Trace(kTraceDebug, kVerifying, file.path);
+        const std::optional<ContentDigest> digest = TakeDigest(readAhead_.get(), file.item);
+        factory_->CreateFileAnyOf(*file.checks)
+            ->CheckFileValueWith(Path(file.path), digest ? &*digest : nullptr);
+        Trace(kTraceDebug, kCompleted, file.path);
     });
 }
 
-void Verify::VerifyDirectory(const DirectoryInfo& directory, std::size_t item)
+void Verify::VerifyDirectory(const std::string& path, const std::vector<FileEntry>& files)
 {
-    Trace(kTraceDebug, kVerifying, directory.path);
+    Trace(kTraceDebug, kVerifying, path);
     bool succeeded = true;
-    for (const FileInfo& file : directory.files) {
-        succeeded =
-            VerifyFile((Path(directory.path) / file.path).string(), file.checks, item) && succeeded;
+    for (const FileEntry& file : files) {
+        succeeded = VerifyFile(file) && succeeded;
     }
     if (!succeeded) {
-        ICT_THROW(kFailed, "directory", directory.path);
+        ICT_THROW(kFailed, "directory", path);
     }
-    Trace(kTraceDebug, kCompleted, directory.path);
+    Trace(kTraceDebug, kCompleted, path);
 }
 
 void Verify::VerifyRegistryKey(const RegistryKeyInfo& key)

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
+#include <string>
 #include <vector>
 
 #include <zel/tracer.h>
@@ -23,12 +25,20 @@ public:
     bool Run() override;
 
 private:
+    /// One file entry as its check sees it: the expanded path, the checks
+    /// and, when its digest is read ahead, its index in the read-ahead.
+    struct FileEntry {
+        std::string path;
+        const CheckInfoList* checks = nullptr;
+        std::optional<std::size_t> item;
+    };
+
     void VerifyManifest(std::vector<Manifest>& manifests);
-    /// Checks one file entry; `item` is the read-ahead item of the next
-    /// entry that has one, and passes it when this entry does.
-    bool VerifyFile(const std::string& path, const CheckInfoList& checks, std::size_t& item);
-    /// `item` is the read-ahead item of the directory's first entry with one.
-    void VerifyDirectory(const DirectoryInfo& directory, std::size_t item);
+    /// Merges the others into the first, removes repeated entries, expands
+    /// placeholders and drops what does not apply here.
+    void PrepareManifest(std::vector<Manifest>& manifests);
+    bool VerifyFile(const FileEntry& file);
+    void VerifyDirectory(const std::string& path, const std::vector<FileEntry>& files);
     void VerifyRegistryKey(const RegistryKeyInfo& key);
 
     IFactoryPtr factory_;
