@@ -3,6 +3,8 @@
 #include <locale>
 #include <optional>
 #include <sstream>
+#include <utility>
+#include <vector>
 
 #include <boost/date_time/posix_time/posix_time.hpp>
 
@@ -55,6 +57,30 @@ std::optional<CheckType> ReadAheadType(const FileInfo& file, CheckType defaultTy
     return std::nullopt;
 }
 
+/// The digests to read ahead for `files` (whose expanded paths `pathOf`
+/// gives), and each file's item among them, taken before any entry is
+/// filtered or filled.
+struct ReadAheadPlan {
+    IReadAheadPtr readAhead;                         // null: the serial path
+    std::vector<std::optional<std::size_t>> itemOf;  // each file's item
+};
+
+template <class Files, class PathOf>
+ReadAheadPlan PlanReadAhead(const Files& files, CheckType defaultType, const PathOf& pathOf)
+{
+    std::vector<ReadAheadItem> items;
+    std::vector<std::optional<std::size_t>> itemOf;
+    itemOf.reserve(files.size());
+    for (const FileInfo& file : files) {
+        itemOf.emplace_back();
+        if (const std::optional<CheckType> type = ReadAheadType(file, defaultType)) {
+            itemOf.back() = items.size();
+            items.push_back(ReadAheadItem{pathOf(file), *type});
+        }
+    }
+    return {MakeReadAhead(std::move(items)), std::move(itemOf)};
+}
+
 std::string TimeStamp(const boost::posix_time::ptime& time)
 {
     std::ostringstream text;
@@ -99,25 +125,20 @@ void Generate::GenerateManifest(Manifest& manifest)
     ExpandVariablesManifestVisitor expand(*environment_, factory_->CreateFilter());
     variables.Accept(expand);
 
-    // Files are hashed ahead in the order of the loops; entries that the
-    // filter might drop are left to the serial path. Each entry with an
-    // item takes the next one.
-    std::vector<ReadAheadItem> items;
-    for (const FileInfo& file : manifest.files) {
-        if (const std::optional<CheckType> type = ReadAheadType(file, config_.checkType)) {
-            items.push_back(ReadAheadItem{Path(environment_->Expand(file.path)).string(), *type});
-        }
-    }
-    IReadAheadPtr readAhead = MakeReadAhead(std::move(items));
+    // Files are hashed ahead in the order of the loop; entries that the
+    // filter might drop are left to the serial path.
+    ReadAheadPlan plan =
+        PlanReadAhead(manifest.files, config_.checkType, [&](const FileInfo& file) {
+            return Path(environment_->Expand(file.path)).string();
+        });
 
     bool succeeded = true;
-    std::size_t item = 0;
+    std::size_t index = 0;
     for (FileInfo& file : manifest.files) {
-        const std::optional<std::size_t> own =
-            ReadAheadType(file, config_.checkType) ? std::optional(item++) : std::nullopt;
+        const std::optional<std::size_t> item = plan.itemOf[index++];
         if (!processor_->IsFiltered(ObjectKind::File, file, file.path)) {
             succeeded = processor_->ProcessFile(file.path, [&] {
-                const std::optional<ContentDigest> digest = TakeDigest(readAhead.get(), own);
+                const std::optional<ContentDigest> digest = TakeDigest(plan.readAhead.get(), item);
                 GenerateChecks(
                     file.path, file.checks,
                     [&] {
@@ -127,7 +148,7 @@ void Generate::GenerateManifest(Manifest& manifest)
             }) && succeeded;
         }
     }
-    readAhead.reset();
+    plan.readAhead.reset();
     for (DirectoryInfo& directory : manifest.directories) {
         if (!processor_->IsFiltered(ObjectKind::Directory, directory, directory.path)) {
             succeeded = processor_->ProcessDirectory(directory.path, [&] {
@@ -189,23 +210,18 @@ void Generate::GenerateDirectory(DirectoryInfo& directory)
     });
     directory.files.InsertAll(std::move(found));
 
-    std::vector<ReadAheadItem> items;
-    for (const FileInfo& file : directory.files) {
-        if (const std::optional<CheckType> type = ReadAheadType(file, config_.checkType)) {
-            items.push_back(ReadAheadItem{(root / file.path).string(), *type});
-        }
-    }
-    const IReadAheadPtr readAhead = MakeReadAhead(std::move(items));
+    const ReadAheadPlan plan =
+        PlanReadAhead(directory.files, config_.checkType,
+                      [&](const FileInfo& file) { return (root / file.path).string(); });
 
     bool succeeded = true;
-    std::size_t item = 0;
+    std::size_t index = 0;
     for (FileInfo& file : directory.files) {
-        const std::optional<std::size_t> own =
-            ReadAheadType(file, config_.checkType) ? std::optional(item++) : std::nullopt;
+        const std::optional<std::size_t> item = plan.itemOf[index++];
         const std::string joined = (root / file.path).string();
         if (!processor_->IsFiltered(ObjectKind::File, file, joined)) {
             succeeded = processor_->ProcessFile(joined, [&] {
-                const std::optional<ContentDigest> digest = TakeDigest(readAhead.get(), own);
+                const std::optional<ContentDigest> digest = TakeDigest(plan.readAhead.get(), item);
                 GenerateChecks(
                     joined, file.checks, [&] { return factory_->CreateFileObject(Path(joined)); },
                     digest ? &*digest : nullptr);
