@@ -1,5 +1,6 @@
 # Third-party libraries come from Debian packages and are included as SYSTEM
-# headers so that our warning flags do not apply to them.
+# headers so that our warning flags do not apply to them: every one is an
+# imported target, whose include directories CMake marks SYSTEM.
 find_package(Boost 1.74 REQUIRED COMPONENTS program_options filesystem regex date_time)
 find_package(OpenSSL 3 REQUIRED)
 find_package(ZLIB REQUIRED)
@@ -10,5 +11,5 @@ find_library(TINYXML_LIBRARY tinyxml REQUIRED)
 add_library(tinyxml::tinyxml UNKNOWN IMPORTED)
 set_target_properties(tinyxml::tinyxml PROPERTIES
     IMPORTED_LOCATION "${TINYXML_LIBRARY}"
-    INTERFACE_SYSTEM_INCLUDE_DIRECTORIES "${TINYXML_INCLUDE_DIR}"
+    INTERFACE_INCLUDE_DIRECTORIES "${TINYXML_INCLUDE_DIR}"
     INTERFACE_COMPILE_DEFINITIONS TIXML_USE_STL)

@@ -47,6 +47,8 @@ namespace {
 
 namespace @namespace@ {
 
+std::vector<std::span<const std::uint8_t>> @function@();
+
 std::vector<std::span<const std::uint8_t>> @function@()
 {
     return {

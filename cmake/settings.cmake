@@ -7,6 +7,15 @@ set(CMAKE_CXX_EXTENSIONS OFF)
 target_compile_options(ict_settings INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Wcast-align
     -Woverloaded-virtual -Wformat=2 -Wimplicit-fallthrough
+    -Wold-style-cast -Wsuggest-override -Wcast-qual
+    # Clang 14 sees a null pointer in every defaulted operator<=> (the
+    # literal 0 a comparison category is compared with); GCC builds every
+    # source and checks it there.
+    $<$<CXX_COMPILER_ID:GNU>:-Wzero-as-null-pointer-constant>
+    -Wmissing-declarations -Wextra-semi
+    # Clang's -Wmissing-declarations is about empty declarations; the check
+    # for definitions without a prior declaration is -Wmissing-prototypes.
+    $<$<CXX_COMPILER_ID:Clang>:-Wmissing-prototypes>
     $<$<BOOL:${ICT_WERROR}>:-Werror>
     -fstack-protector-strong)
 target_compile_definitions(ict_settings INTERFACE

@@ -13,6 +13,7 @@
 #include <zel/memory_io.h>
 
 #include "exception.h"
+#include "fuzz_target.h"
 #include "manifest/manifest.h"
 #include "utils/base64.h"
 #include "xml/file.h"

@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "exception.h"
+#include "fuzz_target.h"
 #include "signature/gost_asn1.h"
 #include "signature/gost_key_set.h"
 #include "signature/gost_public_key.h"

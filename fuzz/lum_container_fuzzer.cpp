@@ -6,6 +6,7 @@
 #include <lum/revocation.h>
 #include <lum/service.h>
 
+#include "fuzz_target.h"
 #include "lum_fuzz_root.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)

@@ -5,6 +5,7 @@
 
 #include <lum/service.h>
 
+#include "fuzz_target.h"
 #include "lum_fuzz_root.h"
 
 namespace {

@@ -14,6 +14,7 @@
 #include <zel/memory_io.h>
 
 #include "exception.h"
+#include "fuzz_target.h"
 #include "manifest/manifest.h"
 #include "xml/file.h"
 #include "xml/nesting.h"

@@ -19,6 +19,7 @@
 #include <zel/environment.h>
 
 #include "exception.h"
+#include "fuzz_target.h"
 #include "manifest/environment.h"
 #include "manifest/expand_visitor.h"
 #include "manifest/manifest.h"

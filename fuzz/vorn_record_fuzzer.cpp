@@ -5,6 +5,7 @@
 #include <span>
 
 #include "exception.h"
+#include "fuzz_target.h"
 #include "signature/gost_key_set.h"
 #include "signature/vorn2_record.h"
 #include "signature/vorn2_verifier.h"

@@ -20,6 +20,7 @@
 #include "manifest/storage.h"
 #include "signature/lum_verifier.h"
 #include "system_info.h"
+#include "tracer.h"
 #include "utils/base64.h"
 #include "xml/file.h"
 

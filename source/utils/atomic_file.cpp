@@ -33,6 +33,8 @@ std::string RandomSuffix()
 // behind. One file is written at a time, always on the main thread.
 std::atomic<const char*> pendingTemporary{nullptr};
 
+extern "C" void RemoveTemporaryAndDie(int signalNumber);
+
 extern "C" void RemoveTemporaryAndDie(int signalNumber)
 {
     if (const char* path = pendingTemporary.exchange(nullptr)) {
