@@ -57,6 +57,7 @@ public:
     virtual IStatisticsPtr GetStatistics() = 0;
     /// Hash value providers made from now on take the digests that
     /// `readAhead` computed; null turns that off.
+    // NOLINTNEXTLINE(performance-unnecessary-value-param): a sink, overrides keep it
     virtual void SetReadAhead(IReadAheadPtr readAhead) { (void)readAhead; }
 };
 using IFactoryPtr = std::shared_ptr<IFactory>;
