@@ -20,6 +20,7 @@ libs=(libboost-dev libboost-program-options-dev libboost-filesystem-dev
       libtinyxml-dev libssl-dev zlib1g-dev libgtest-dev libgmock-dev)
 
 native=(build-essential cmake ninja-build pkg-config file man-db openssl libengine-gost-openssl rhash clang xxd
+        clang-format clang-tidy
         libbenchmark-dev "${libs[@]}")
 
 export DEBIAN_FRONTEND=noninteractive

@@ -53,7 +53,7 @@ void Push(STACK_OF(X509) * certificates, X509Ptr certificate)
     if (!sk_X509_push(certificates, certificate.get())) {
         ICT_THROW(messages::kOpenSslFailed, TakeOpenSslError());
     }
-    certificate.release();
+    static_cast<void>(certificate.release());  // the stack owns it now
 }
 
 bool LooksLikePem(const Blob& content)

@@ -150,7 +150,7 @@ X509CrlPtr CrlMaker::Make(const std::vector<std::string>& serials, int days) con
             X509_CRL_add0_revoked(crl.get(), revoked.get()) != 1) {
             Fail();
         }
-        revoked.release();
+        static_cast<void>(revoked.release());  // the CRL owns it now
     }
     AddExtensions(*crl, *certificate_);
     if (X509_CRL_sort(crl.get()) != 1 ||

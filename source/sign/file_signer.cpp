@@ -19,7 +19,7 @@ constexpr std::uint64_t kMaxFileSize = static_cast<std::uint64_t>(std::numeric_l
 /// The name the verifier will see: what follows the last "/".
 std::string FileNameOf(const Path& path)
 {
-    const std::string text = path.string();
+    const std::string& text = path.string();
     const std::size_t slash = text.rfind('/');
     return slash == std::string::npos ? text : text.substr(slash + 1);
 }

@@ -142,8 +142,8 @@ Gost2012SignatureVerifier::Gost2012SignatureVerifier(zel::ITracerPtr tracer, boo
 }
 
 Gost2012SignatureVerifier::Gost2012SignatureVerifier(zel::ITracerPtr tracer, GostKeyBlobs keys)
-    : zel::TracerProvider(tracer), gost_(GetGost2012(tracer)), blobs_(std::move(keys)),
-      keys_(blobs_.keys256, blobs_.keys512)
+    : zel::TracerProvider(std::move(tracer)), gost_(GetGost2012(GetTracer())),
+      blobs_(std::move(keys)), keys_(blobs_.keys256, blobs_.keys512)
 {
 }
 

@@ -109,7 +109,7 @@ Blob DecodeValue(std::string_view text)
         std::uint32_t quad = 0;
         for (std::size_t i = 0; i < 4; ++i) {
             const char c = text[in + i];
-            const int digit = kDigits[static_cast<unsigned char>(c)];
+            const std::int8_t digit = kDigits[static_cast<unsigned char>(c)];
             if (digit < 0 || (c == '=' && in + i < text.size() - padding)) {
                 return Base64Decode(text);
             }

@@ -172,11 +172,11 @@ private:
             for (const char* q = end - 1; *q != (hex ? 'x' : '#'); --q) {
                 unsigned long digit = 0;
                 if (*q >= '0' && *q <= '9') {
-                    digit = static_cast<unsigned long>(*q - '0');
+                    digit = static_cast<unsigned long>(*q) - '0';
                 } else if (hex && *q >= 'a' && *q <= 'f') {
-                    digit = static_cast<unsigned long>(*q - 'a' + 10);
+                    digit = static_cast<unsigned long>(*q) - 'a' + 10;
                 } else if (hex && *q >= 'A' && *q <= 'F') {
-                    digit = static_cast<unsigned long>(*q - 'A' + 10);
+                    digit = static_cast<unsigned long>(*q) - 'A' + 10;
                 } else {
                     return nullptr;
                 }

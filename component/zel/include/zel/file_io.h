@@ -37,10 +37,11 @@ public:
     /// Flushes written data to the device (used before renaming into place).
     Result Sync();
 
-private:
-    FileIO(int fd, std::uint64_t size, std::size_t readAhead);
     FileIO(const FileIO&) = delete;
     FileIO& operator=(const FileIO&) = delete;
+
+private:
+    FileIO(int fd, std::uint64_t size, std::size_t readAhead);
     ~FileIO() override;
 
     Result Fill();

@@ -36,7 +36,11 @@ LumServiceImpl::LumServiceImpl(zel::ITracerPtr tracer, ILumRootProviderPtr roots
 
 LumServiceImpl::~LumServiceImpl()
 {
-    Trace(kTraceDebug, "Destroyed service=%1%", static_cast<const void*>(this));
+    try {
+        Trace(kTraceDebug, "Destroyed service=%1%", static_cast<const void*>(this));
+    } catch (...) {
+        // A lost trace line is no reason to terminate.
+    }
 }
 
 zel::Result LumServiceImpl::Return(int line, const std::string& message, zel::Result result) const
