@@ -30,6 +30,100 @@ void AppendNumber(std::string& out, long long value, int width = 0)
     out += digits;
 }
 
+/// The local time of one record, read once for all its fields.
+struct RecordTime {
+    std::tm local{};
+    long long millis = 0;
+
+    static RecordTime Now()
+    {
+        const auto now = std::chrono::system_clock::now();
+        const std::time_t seconds = std::chrono::system_clock::to_time_t(now);
+        RecordTime time;
+        time.millis = static_cast<long long>(
+            std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch()).count() %
+            1000);
+        ::localtime_r(&seconds, &time.local);
+        return time;
+    }
+};
+
+/// Appends the date or time field that `letter` names; false when it names none.
+bool AppendTimeField(std::string& out, char letter, const RecordTime& time)
+{
+    const std::tm& local = time.local;
+    switch (letter) {
+    case 'X':
+        AppendNumber(out, local.tm_hour, 2);
+        out.push_back(':');
+        AppendNumber(out, local.tm_min, 2);
+        out.push_back(':');
+        AppendNumber(out, local.tm_sec, 2);
+        out.push_back('.');
+        AppendNumber(out, time.millis, 3);
+        return true;
+    case 'D':
+        AppendNumber(out, local.tm_year + 1900LL, 4);
+        out.push_back('-');
+        AppendNumber(out, local.tm_mon + 1LL, 2);
+        out.push_back('-');
+        AppendNumber(out, local.tm_mday, 2);
+        return true;
+    case 'Y':
+        AppendNumber(out, local.tm_year + 1900LL, 4);
+        return true;
+    case 'm':
+        AppendNumber(out, local.tm_mon + 1LL, 2);
+        return true;
+    case 'd':
+        AppendNumber(out, local.tm_mday, 2);
+        return true;
+    case 'H':
+        AppendNumber(out, local.tm_hour, 2);
+        return true;
+    case 'M':
+        AppendNumber(out, local.tm_min, 2);
+        return true;
+    case 'S':
+        AppendNumber(out, local.tm_sec, 2);
+        return true;
+    default:
+        return false;
+    }
+}
+
+/// Appends the process or record field that `letter` names ("%%" among
+/// them); false when it names none.
+bool AppendProcessField(std::string& out, char letter, const TraceRecord& record,
+                        std::uint64_t sequence)
+{
+    switch (letter) {
+    case '%':
+        out.push_back('%');
+        return true;
+    case 'I':
+        AppendNumber(out, static_cast<long long>(::syscall(SYS_gettid)));
+        return true;
+    case 'P':
+        AppendNumber(out, static_cast<long long>(::getpid()));
+        return true;
+    case 'p':
+        AppendNumber(out, static_cast<long long>(record.level));
+        return true;
+    case 'i':
+        AppendNumber(out, static_cast<long long>(sequence));
+        return true;
+    case 'N':
+        out += HostName();
+        return true;
+    case 'C':
+        out += "zel";
+        return true;
+    default:
+        return false;
+    }
+}
+
 }  // namespace
 
 Result TraceFormatter::SetPattern(std::string pattern)
@@ -40,14 +134,7 @@ Result TraceFormatter::SetPattern(std::string pattern)
 
 std::string TraceFormatter::Format(const TraceRecord& record, std::uint64_t sequence) const
 {
-    const auto now = std::chrono::system_clock::now();
-    const std::time_t seconds = std::chrono::system_clock::to_time_t(now);
-    const auto millis = static_cast<long long>(
-        std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch()).count() %
-        1000);
-    std::tm local{};
-    ::localtime_r(&seconds, &local);
-
+    const RecordTime time = RecordTime::Now();
     std::string out;
     out.reserve(pattern_.size() + 32);
     for (std::size_t i = 0; i < pattern_.size(); ++i) {
@@ -57,66 +144,10 @@ std::string TraceFormatter::Format(const TraceRecord& record, std::uint64_t sequ
             continue;
         }
         const char letter = pattern_[++i];
-        switch (letter) {
-        case '%':
-            out.push_back('%');
-            break;
-        case 'X':
-            AppendNumber(out, local.tm_hour, 2);
-            out.push_back(':');
-            AppendNumber(out, local.tm_min, 2);
-            out.push_back(':');
-            AppendNumber(out, local.tm_sec, 2);
-            out.push_back('.');
-            AppendNumber(out, millis, 3);
-            break;
-        case 'D':
-            AppendNumber(out, local.tm_year + 1900LL, 4);
-            out.push_back('-');
-            AppendNumber(out, local.tm_mon + 1LL, 2);
-            out.push_back('-');
-            AppendNumber(out, local.tm_mday, 2);
-            break;
-        case 'Y':
-            AppendNumber(out, local.tm_year + 1900LL, 4);
-            break;
-        case 'm':
-            AppendNumber(out, local.tm_mon + 1LL, 2);
-            break;
-        case 'd':
-            AppendNumber(out, local.tm_mday, 2);
-            break;
-        case 'H':
-            AppendNumber(out, local.tm_hour, 2);
-            break;
-        case 'M':
-            AppendNumber(out, local.tm_min, 2);
-            break;
-        case 'S':
-            AppendNumber(out, local.tm_sec, 2);
-            break;
-        case 'I':
-            AppendNumber(out, static_cast<long long>(::syscall(SYS_gettid)));
-            break;
-        case 'P':
-            AppendNumber(out, static_cast<long long>(::getpid()));
-            break;
-        case 'p':
-            AppendNumber(out, static_cast<long long>(record.level));
-            break;
-        case 'i':
-            AppendNumber(out, static_cast<long long>(sequence));
-            break;
-        case 'N':
-            out += HostName();
-            break;
-        case 'C':
-            out += "zel";
-            break;
-        default:
+        if (!AppendTimeField(out, letter, time) &&
+            !AppendProcessField(out, letter, record, sequence)) {
             out.push_back('%');
             out.push_back(letter);
-            break;
         }
     }
     return out;
