@@ -8,11 +8,6 @@
 
 namespace integrity_check_tool::check {
 
-void AnyOf::CheckFileValue(const Path& path) const
-{
-    CheckFileValueWith(path, nullptr);
-}
-
 void AnyOf::CheckFileValueWith(const Path& path, const ContentDigest* digest) const
 {
     if (alternatives_.empty()) {

@@ -28,7 +28,6 @@ public:
     {
     }
 
-    void CheckFileValue(const Path& path) const override;
     /// Hands `digest` to every alternative.
     void CheckFileValueWith(const Path& path, const ContentDigest* digest) const override;
     void CheckRegistryValue(const std::string& key, const std::string& value,

@@ -4,11 +4,6 @@
 
 namespace integrity_check_tool::check {
 
-void CheckBase::CheckFileValue(const Path& path) const
-{
-    CheckFileValueWith(path, nullptr);
-}
-
 void CheckBase::CheckFileValueWith(const Path& path, const ContentDigest* digest) const
 {
     const IDataObjectPtr object = factory_->CreateFileObject(path);

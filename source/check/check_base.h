@@ -39,7 +39,6 @@ struct Texts {
 /// tracer. Each check implements Check() once for files and registry values.
 class CheckBase : public IFileChecker, public IRegistryChecker, protected zel::TracerProvider {
 public:
-    void CheckFileValue(const Path& path) const final;
     void CheckFileValueWith(const Path& path, const ContentDigest* digest) const final;
     void CheckRegistryValue(const std::string& key, const std::string& value,
                             RegistryType type) const final;

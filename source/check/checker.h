@@ -16,15 +16,12 @@ class ContentDigest;
 class IFileChecker {
 public:
     virtual ~IFileChecker() = default;
-    virtual void CheckFileValue(const Path& path) const = 0;
+    /// Checks the file as it is on disk.
+    virtual void CheckFileValue(const Path& path) const { CheckFileValueWith(path, nullptr); }
     /// The same, given the digest of the file's content read ahead (null
     /// when none): a hash check of the digest's type takes it instead of
     /// reading the file, and meets a read failure kept in it at that point.
-    virtual void CheckFileValueWith(const Path& path, const ContentDigest* digest) const
-    {
-        (void)digest;
-        CheckFileValue(path);
-    }
+    virtual void CheckFileValueWith(const Path& path, const ContentDigest* digest) const = 0;
 };
 using IFileCheckerPtr = std::shared_ptr<const IFileChecker>;
 
