@@ -184,11 +184,7 @@ void Generate::GenerateChecks(const std::string& description, CheckInfoList& che
                 object = open();
             }
             const IValueProviderPtr provider = factory_->CreateValueProvider(check->type);
-            if (digest != nullptr && digest->Type() == check->type) {
-                check->value = digest->Value();
-            } else {
-                provider->GetValue(*object, check->value);
-            }
+            GetValueOrDigest(*provider, *object, digest, check->type, check->value);
         }
     }
 }

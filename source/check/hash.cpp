@@ -1,7 +1,6 @@
 #include "check/hash.h"
 
 #include "check/messages.h"
-#include "hash/content_digest.h"
 #include "tracer.h"
 #include "utils/base64.h"
 
@@ -16,11 +15,7 @@ void Hash::Check(IDataObject& object, const Subject& subject, bool registry) con
                          messages::kFileHasUnexpectedHash};
     TraceDebug(subject, texts.progress);
     Blob digest;
-    if (subject.digest != nullptr && subject.digest->Type() == type_) {
-        digest = subject.digest->Value();
-    } else {
-        provider_->GetValue(object, digest);
-    }
+    GetValueOrDigest(*provider_, object, subject.digest, type_, digest);
     if (IsTraceEnabled(kTraceDebug) && !registry) {
         TraceDebug(subject, messages::kFileHashEvaluated, Base64Encode(digest));
     }

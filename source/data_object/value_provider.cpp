@@ -2,6 +2,7 @@
 
 #include <zel/exception.h>
 
+#include "hash/content_digest.h"
 #include "utils/utils.h"
 
 namespace integrity_check_tool::value_provider {
@@ -22,3 +23,17 @@ void Hash::GetValue(IDataObject& object, Blob& value) const
 }
 
 }  // namespace integrity_check_tool::value_provider
+
+namespace integrity_check_tool {
+
+void GetValueOrDigest(const IValueProvider& provider, IDataObject& object,
+                      const ContentDigest* digest, CheckType type, Blob& value)
+{
+    if (digest != nullptr && digest->Type() == type) {
+        value = digest->Value();
+    } else {
+        provider.GetValue(object, value);
+    }
+}
+
+}  // namespace integrity_check_tool

@@ -9,6 +9,8 @@
 
 namespace integrity_check_tool {
 
+class ContentDigest;
+
 /// Turns a data object into the bytes a check compares.
 class IValueProvider {
 public:
@@ -45,4 +47,11 @@ private:
 };
 
 }  // namespace value_provider
+
+/// Fills `value` with the digest read ahead when it is the `type` digest,
+/// rethrowing a read failure kept in it; otherwise with what `provider`
+/// yields for `object`.
+void GetValueOrDigest(const IValueProvider& provider, IDataObject& object,
+                      const ContentDigest* digest, CheckType type, Blob& value);
+
 }  // namespace integrity_check_tool
