@@ -10,12 +10,22 @@
 #   root.pem  root.key  root.der   self-signed root CA
 #   inter.pem inter.key            intermediate CA (pathlen 0) issued by the root
 #   leaf.pem  leaf.key             code-signing certificate issued by the intermediate
+#   tsa-root.pem tsa-root.key tsa-root.der   self-signed root of the time-stamping authority
+#   tsa.pem tsa.key                         time-stamping certificate issued by tsa-root
 # and for the alternative set a second, independent root:
 #   root2.pem root2.key root2.der
+#
+#   bash scripts/make-demo-pki.sh --tsa-only [OUTPUT_DIR]
+# (re)makes only the time-stamping material and leaves the rest as it is.
 # Keys are ECDSA P-256 (PKCS#8 PEM, unencrypted); certificates are valid for
 # 50 years and have random serial numbers. Only the openssl command is used.
 set -euo pipefail
 
+tsa_only=0
+if [ "${1:-}" = --tsa-only ]; then
+    tsa_only=1
+    shift
+fi
 out=${1:-"$(cd "$(dirname "$0")/.." && pwd)/pki/demo"}
 days=18250
 work=$(mktemp -d)
@@ -37,6 +47,13 @@ authorityKeyIdentifier = keyid:always
 basicConstraints = critical, CA:FALSE
 keyUsage = critical, digitalSignature
 extendedKeyUsage = codeSigning
+subjectKeyIdentifier = hash
+authorityKeyIdentifier = keyid:always
+
+[tsa]
+basicConstraints = critical, CA:FALSE
+keyUsage = critical, digitalSignature, nonRepudiation
+extendedKeyUsage = critical, timeStamping
 subjectKeyIdentifier = hash
 authorityKeyIdentifier = keyid:always
 EOF
@@ -76,9 +93,26 @@ make_hierarchy() {
     openssl verify -CAfile "$dir/root.pem" -untrusted "$dir/inter.pem" "$dir/leaf.pem" >/dev/null
 }
 
-make_hierarchy regular Regular
-make_hierarchy alternative Alternative
-make_root "$out/alternative" root2 "Integrity Demo Alternative Second Root"
+# make_tsa SET "Title": a time-stamping authority with a root of its own.
+make_tsa() {
+    local dir=$out/$1
+    rm -f "$dir"/tsa-root.* "$dir"/tsa.*
+    make_root "$dir" tsa-root "Integrity Demo $2 TSA Root"
+    make_issued "$dir" tsa tsa-root "Integrity Demo $2 Time Stamping" tsa
+    openssl verify -purpose timestampsign -CAfile "$dir/tsa-root.pem" "$dir/tsa.pem" >/dev/null
+}
+
+if [ "$tsa_only" -eq 0 ]; then
+    make_hierarchy regular Regular
+    make_hierarchy alternative Alternative
+    make_root "$out/alternative" root2 "Integrity Demo Alternative Second Root"
+fi
+make_tsa regular Regular
+make_tsa alternative Alternative
+if [ "$tsa_only" -eq 1 ]; then
+    echo "Demo time-stamping authorities written to $out"
+    exit 0
+fi
 
 # ---- GOST demo keys --------------------------------------------------------
 # The GOST R 34.10-2012 demo keys (gost256.key/.pub.pem, gost512.key/.pub.pem

@@ -2,13 +2,27 @@
 
 namespace integrity_check_tool::lum {
 
-std::vector<Blob> TrustedRoots(bool regular)
+namespace {
+
+std::vector<Blob> Copy(const std::vector<std::span<const std::uint8_t>>& files)
 {
     std::vector<Blob> roots;
-    for (const std::span<const std::uint8_t> root : regular ? RegularRoots() : AlternativeRoots()) {
+    for (const std::span<const std::uint8_t> root : files) {
         roots.emplace_back(root.begin(), root.end());
     }
     return roots;
+}
+
+}  // namespace
+
+std::vector<Blob> TrustedRoots(bool regular)
+{
+    return Copy(regular ? RegularRoots() : AlternativeRoots());
+}
+
+std::vector<Blob> TsaRoots()
+{
+    return Copy(TsaRootFiles());
 }
 
 }  // namespace integrity_check_tool::lum
