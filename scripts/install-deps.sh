@@ -19,7 +19,7 @@ libs=(libboost-dev libboost-program-options-dev libboost-filesystem-dev
       libboost-regex-dev libboost-date-time-dev
       libtinyxml-dev libssl-dev zlib1g-dev libgtest-dev libgmock-dev)
 
-native=(build-essential cmake ninja-build pkg-config file man-db openssl libengine-gost-openssl rhash clang xxd
+native=(build-essential cmake ninja-build pkg-config file man-db openssl faketime libengine-gost-openssl rhash clang xxd
         clang-format clang-tidy
         libbenchmark-dev "${libs[@]}")
 

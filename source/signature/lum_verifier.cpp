@@ -33,7 +33,7 @@ LumSignatureVerifier::LumSignatureVerifier(zel::ITracerPtr tracer, bool regularR
                                            const std::optional<Path>& crlStoragePath,
                                            bool withFileName)
     : zel::TracerProvider(std::move(tracer)), roots_(lum::TrustedRoots(regularRoots)),
-      withFileName_(withFileName)
+      tsaRoots_(lum::TsaRoots()), withFileName_(withFileName)
 {
     if (crlStoragePath) {
         crl_ = ReadCrl(*crlStoragePath);
@@ -89,7 +89,8 @@ void LumSignatureVerifier::Verify(const Path& file, Blob& content) const
     Blob data = ReadWholeStream(*io);
 
     crypto::lum::ILumSignatureVerifierPtr verifier;
-    if (zel::Failed(crypto::lum::LumCreateVerifier(GetTracer(), roots_, crl_, verifier)) ||
+    if (zel::Failed(
+            crypto::lum::LumCreateVerifier(GetTracer(), roots_, tsaRoots_, crl_, verifier)) ||
         !verifier) {
         ICT_THROW("Can't create LUM verifier");
     }

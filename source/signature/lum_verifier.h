@@ -25,6 +25,7 @@ private:
     Blob ReadCrl(const Path& directory) const;
 
     std::vector<Blob> roots_;
+    std::vector<Blob> tsaRoots_;  ///< time-stamping authorities, the same for every flavour
     Blob crl_;
     bool withFileName_;
 };

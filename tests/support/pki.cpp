@@ -1,5 +1,6 @@
 #include "support/pki.h"
 
+#include <algorithm>
 #include <stdexcept>
 #include <type_traits>
 
@@ -201,6 +202,56 @@ Blob SignLum(std::span<const std::uint8_t> content, const Certificate& signer, c
 {
     const Blob der = SignCms(content, signer, key, chain, options);
     Blob file(content.begin(), content.end());
+    file.insert(file.end(), der.begin(), der.end());
+    const auto trailer = crypto::lum::MakeTrailer(static_cast<std::uint32_t>(der.size()));
+    file.insert(file.end(), trailer.begin(), trailer.end());
+    return file;
+}
+
+namespace {
+
+struct ParsedSignature {
+    std::size_t contentSize = 0;
+    std::unique_ptr<CMS_ContentInfo, decltype(&CMS_ContentInfo_free)> cms{nullptr,
+                                                                          CMS_ContentInfo_free};
+    CMS_SignerInfo* signerInfo = nullptr;
+};
+
+ParsedSignature ParseSignature(std::span<const std::uint8_t> file)
+{
+    const auto layout = crypto::lum::LocateSignature(
+        file.size(), file.last(std::min(file.size(), crypto::lum::kTrailerSize)));
+    if (!layout) {
+        throw std::runtime_error("pki: not a signed file");
+    }
+    ParsedSignature parsed;
+    parsed.contentSize = static_cast<std::size_t>(layout->contentSize);
+    const unsigned char* cursor = file.data() + parsed.contentSize;
+    parsed.cms.reset(Check(d2i_CMS_ContentInfo(nullptr, &cursor, layout->derSize), "d2i_CMS"));
+    parsed.signerInfo =
+        Check(sk_CMS_SignerInfo_value(CMS_get0_SignerInfos(parsed.cms.get()), 0), "SignerInfo");
+    return parsed;
+}
+
+}  // namespace
+
+Blob SignatureValue(std::span<const std::uint8_t> signedFile)
+{
+    const ParsedSignature parsed = ParseSignature(signedFile);
+    const ASN1_OCTET_STRING* value = CMS_SignerInfo_get0_signature(parsed.signerInfo);
+    return {ASN1_STRING_get0_data(value), ASN1_STRING_get0_data(value) + ASN1_STRING_length(value)};
+}
+
+Blob EmbedToken(std::span<const std::uint8_t> signedFile, std::span<const std::uint8_t> token)
+{
+    const ParsedSignature parsed = ParseSignature(signedFile);
+    Check(CMS_unsigned_add1_attr_by_NID(parsed.signerInfo, NID_id_smime_aa_timeStampToken,
+                                        V_ASN1_SEQUENCE, token.data(),
+                                        static_cast<int>(token.size())),
+          "CMS_unsigned_add1_attr");
+    const Blob der = ToDerOf<CMS_ContentInfo, i2d_CMS_ContentInfo>(parsed.cms.get());
+    Blob file(signedFile.begin(),
+              signedFile.begin() + static_cast<std::ptrdiff_t>(parsed.contentSize));
     file.insert(file.end(), der.begin(), der.end());
     const auto trailer = crypto::lum::MakeTrailer(static_cast<std::uint32_t>(der.size()));
     file.insert(file.end(), trailer.begin(), trailer.end());

@@ -86,6 +86,14 @@ Blob SignCms(std::span<const std::uint8_t> content, const Certificate& signer, c
 Blob SignLum(std::span<const std::uint8_t> content, const Certificate& signer, const Key& key,
              const std::vector<Certificate>& chain = {}, const SignOptions& options = {});
 
+/// The signature value of the one SignerInfo of a "lum" signed file: what
+/// a time-stamp token's imprint covers.
+Blob SignatureValue(std::span<const std::uint8_t> signedFile);
+/// `signedFile` with `token` (DER, any bytes) as the SignerInfo's unsigned
+/// id-aa-timeStampToken attribute, checked by nothing: for tokens a careful
+/// signing tool would refuse to embed.
+Blob EmbedToken(std::span<const std::uint8_t> signedFile, std::span<const std::uint8_t> token);
+
 /// A root, an intermediate issued by it and a code-signing leaf issued by
 /// the intermediate, with serials `firstSerial`, +1 and +2.
 struct Hierarchy {

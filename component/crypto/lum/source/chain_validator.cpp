@@ -107,12 +107,16 @@ ChainValidator::ChainValidator(const std::vector<Bytes>& roots) : store_(X509_ST
     }
 }
 
-ChainResult ChainValidator::Validate(X509& leaf, STACK_OF(X509) * untrusted) const
+ChainResult ChainValidator::Validate(X509& leaf, STACK_OF(X509) * untrusted,
+                                     std::optional<std::time_t> at) const
 {
     ChainResult result;
     const X509StoreCtxPtr context(X509_STORE_CTX_new());
     if (!context || X509_STORE_CTX_init(context.get(), store_.get(), &leaf, untrusted) != 1) {
         throw std::bad_alloc();
+    }
+    if (at) {
+        X509_STORE_CTX_set_time(context.get(), 0, *at);
     }
     X509_STORE_CTX_set_app_data(context.get(), &result);
     X509_STORE_CTX_set_verify_cb(context.get(), CollectError);

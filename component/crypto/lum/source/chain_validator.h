@@ -1,5 +1,7 @@
 #pragma once
 
+#include <ctime>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -25,9 +27,11 @@ public:
     /// Trusts exactly `roots`; throws std::runtime_error when one does not parse.
     explicit ChainValidator(const std::vector<Bytes>& roots);
 
-    /// Validates `leaf` with `untrusted` as candidate intermediates and
-    /// collects every error instead of stopping at the first.
-    ChainResult Validate(X509& leaf, STACK_OF(X509) * untrusted) const;
+    /// Validates `leaf` with `untrusted` as candidate intermediates, at time
+    /// `at` (now when absent), and collects every error instead of stopping
+    /// at the first.
+    ChainResult Validate(X509& leaf, STACK_OF(X509) * untrusted,
+                         std::optional<std::time_t> at = std::nullopt) const;
 
     /// The trusted root equal to `certificate`, or nullptr.
     const X509* FindRoot(const X509& certificate) const;

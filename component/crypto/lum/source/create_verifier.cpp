@@ -33,8 +33,8 @@ public:
 };
 
 zel::Result CreateVerifier(const CreationTracer& tracer, const zel::ITracerPtr& tracerPtr,
-                           const std::vector<Bytes>& roots, ByteSpan crlContainer,
-                           ILumSignatureVerifierPtr& verifier)
+                           const std::vector<Bytes>& roots, const std::vector<Bytes>& tsaRoots,
+                           ByteSpan crlContainer, ILumSignatureVerifierPtr& verifier)
 {
     const std::int32_t initialized = LumInitializeLibrary();
     if (initialized != lumOk) {
@@ -48,9 +48,11 @@ zel::Result CreateVerifier(const CreationTracer& tracer, const zel::ITracerPtr& 
         tracer.Trace(kTraceDebug, "CRL is not provided.");
     }
     const std::vector<ByteSpan> rootSpans(roots.begin(), roots.end());
+    // TSA roots may have a database; they are not required to.
+    const std::vector<ByteSpan> tsaRootSpans(tsaRoots.begin(), tsaRoots.end());
     ILumRevocationCheckerPtr checker;
     const std::int32_t created = LumCreateRevocationChecker(
-        rootSpans, {}, 0, crlContainer,
+        rootSpans, tsaRootSpans, 0, crlContainer,
         [&tracer](const char* message, const std::uint8_t* data, std::size_t size,
                   std::uint32_t index,
                   std::int32_t result) { tracer.Report(message, data, size, index, result); },
@@ -60,8 +62,8 @@ zel::Result CreateVerifier(const CreationTracer& tracer, const zel::ITracerPtr& 
                      LumResultName(created));
         return zel::kFail;
     }
-    verifier = zel::MakeIntrusive<LumSignatureVerifierImpl>(tracerPtr, roots, std::move(checker),
-                                                            std::move(library));
+    verifier = zel::MakeIntrusive<LumSignatureVerifierImpl>(tracerPtr, roots, tsaRoots,
+                                                            std::move(checker), std::move(library));
     return zel::kOk;
 }
 
@@ -69,6 +71,13 @@ zel::Result CreateVerifier(const CreationTracer& tracer, const zel::ITracerPtr& 
 
 zel::Result LumCreateVerifier(const zel::ITracerPtr& tracer, const std::vector<Bytes>& roots,
                               ByteSpan crlContainer, ILumSignatureVerifierPtr& verifier)
+{
+    return LumCreateVerifier(tracer, roots, {}, crlContainer, verifier);
+}
+
+zel::Result LumCreateVerifier(const zel::ITracerPtr& tracer, const std::vector<Bytes>& roots,
+                              const std::vector<Bytes>& tsaRoots, ByteSpan crlContainer,
+                              ILumSignatureVerifierPtr& verifier)
 {
     if (!tracer) {
         return zel::kInvalidArgument;
@@ -80,7 +89,7 @@ zel::Result LumCreateVerifier(const zel::ITracerPtr& tracer, const std::vector<B
     zel::Result result = zel::kFail;
     std::string text;
     try {
-        return CreateVerifier(creationTracer, tracer, roots, crlContainer, verifier);
+        return CreateVerifier(creationTracer, tracer, roots, tsaRoots, crlContainer, verifier);
     } catch (const zel::Exception& error) {
         result = error.GetResult();
         text = error.what();

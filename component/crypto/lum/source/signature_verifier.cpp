@@ -1,7 +1,9 @@
 #include "signature_verifier.h"
 
 #include <algorithm>
+#include <ctime>
 #include <new>
+#include <optional>
 
 #include <openssl/crypto.h>
 #include <openssl/err.h>
@@ -96,10 +98,11 @@ std::int32_t ResultForFlags(std::uint32_t value, bool attributeMatched)
 
 LumSignatureVerifierImpl::LumSignatureVerifierImpl(zel::ITracerPtr tracer,
                                                    const std::vector<Bytes>& roots,
+                                                   const std::vector<Bytes>& tsaRoots,
                                                    ILumRevocationCheckerPtr checker,
                                                    std::unique_ptr<LibraryReference> library)
     : zel::TracerProvider(std::move(tracer)), library_(std::move(library)), validator_(roots),
-      checker_(std::move(checker))
+      timestamps_(tsaRoots, checker), checker_(std::move(checker))
 {
 }
 
@@ -195,23 +198,48 @@ std::int32_t LumSignatureVerifierImpl::Verify(ByteSpan object, const RequiredAtt
             Trace(kTraceDebug, "Signed attribute of the additional content is absent or differs");
         }
     }
+    TimestampResult timestamp;
     try {
-        result.AddFlags(CheckSigner(*signer, certificates.get()));
+        timestamp = CheckTimestamp(*signerInfo);
+        // A good token moves the signer's check to the time it proves; a bad
+        // one refuses the signature through its flags, never falling back to now.
+        result.AddFlags(timestamp.flags |
+                        CheckSigner(*signer, certificates.get(),
+                                    timestamp.present && timestamp.flags == 0
+                                        ? std::optional<std::time_t>(timestamp.time)
+                                        : std::nullopt));
     } catch (const std::bad_alloc&) {
         result.AddFlags(flags::kIncompleteChain);
         return lumErrBadAlloc;
     }
     const std::int32_t outcome = ResultForFlags(result.Flags(), attributeMatched);
     if (outcome == lumOk) {
-        result.AddFlags(flags::kTrusted | flags::kEmbedded);
+        result.AddFlags(flags::kTrusted | flags::kEmbedded |
+                        (timestamp.present ? flags::kCounterSignatureUsed : 0));
     }
     return outcome;
 }
 
-std::uint32_t LumSignatureVerifierImpl::CheckSigner(X509& signer,
-                                                    STACK_OF(X509) * certificates) const
+TimestampResult LumSignatureVerifierImpl::CheckTimestamp(CMS_SignerInfo& signerInfo) const
 {
-    const ChainResult chain = validator_.Validate(signer, certificates);
+    TimestampResult timestamp = timestamps_.Check(signerInfo, std::time(nullptr));
+    if (timestamp.present) {
+        for (const std::string& failure : timestamp.failures) {
+            Trace(kTraceDebug, "Timestamp token refused: %1%", failure);
+        }
+        if (timestamp.flags == 0) {
+            const Asn1TimePtr time(ASN1_TIME_set(nullptr, timestamp.time));
+            Trace(kTraceDebug, "Timestamp token is good; checking the signer at %1%",
+                  TimeText(time.get()));
+        }
+    }
+    return timestamp;
+}
+
+std::uint32_t LumSignatureVerifierImpl::CheckSigner(X509& signer, STACK_OF(X509) * certificates,
+                                                    std::optional<std::time_t> at) const
+{
+    const ChainResult chain = validator_.Validate(signer, certificates, at);
     for (const std::string& error : chain.errors) {
         Trace(kTraceDebug, "Certificate chain: %1%", error);
     }
@@ -240,13 +268,9 @@ std::uint32_t LumSignatureVerifierImpl::CheckSigner(X509& signer,
     if (crl == nullptr) {
         return result | flags::kRevocationCheckSkipped;
     }
-    for (int i = 0; i + 1 < length; ++i) {
-        X509_REVOKED* entry = nullptr;
-        if (X509_CRL_get0_by_serial(
-                crl, &entry, X509_get0_serialNumber(sk_X509_value(chain.chain.get(), i))) == 1) {
-            Trace(kTraceDebug, "Certificate at depth %1% is revoked", i);
-            result |= flags::kRevoked;
-        }
+    for (const int depth : RevokedDepths(*crl, *chain.chain)) {
+        Trace(kTraceDebug, "Certificate at depth %1% is revoked", depth);
+        result |= flags::kRevoked;
     }
     return result;
 }

@@ -62,6 +62,19 @@ std::string Hex(ByteSpan bytes)
     return text;
 }
 
+std::vector<int> RevokedDepths(X509_CRL& crl, STACK_OF(X509) & chain)
+{
+    std::vector<int> depths;
+    for (int i = 0; i + 1 < sk_X509_num(&chain); ++i) {
+        X509_REVOKED* entry = nullptr;
+        if (X509_CRL_get0_by_serial(&crl, &entry,
+                                    X509_get0_serialNumber(sk_X509_value(&chain, i))) == 1) {
+            depths.push_back(i);
+        }
+    }
+    return depths;
+}
+
 std::string TimeText(const ASN1_TIME* time)
 {
     std::tm parts{};

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include <crypto/openssl_handles.h>
 
@@ -23,6 +24,9 @@ CmsPtr ParseCms(ByteSpan der);
 Bytes SerialMagnitude(const X509& certificate);
 /// Upper-case hex of `bytes`.
 std::string Hex(ByteSpan bytes);
+/// Depths of the certificates of `chain` (leaf first, root last) that `crl`
+/// lists; the root itself is never looked up.
+std::vector<int> RevokedDepths(X509_CRL& crl, STACK_OF(X509) & chain);
 /// "YYYY-MM-DD HH:MM:SS" of an ASN.1 time, or "?" when it does not convert.
 std::string TimeText(const ASN1_TIME* time);
 

@@ -48,6 +48,14 @@ using ILumSignatureVerifierPtr = zel::intrusive_ptr<ILumSignatureVerifier>;
 /// failure (zel::kFail) after tracing why.
 zel::Result LumCreateVerifier(const zel::ITracerPtr& tracer, const std::vector<Bytes>& roots,
                               ByteSpan crlContainer, ILumSignatureVerifierPtr& verifier);
+/// Same, and accepts time-stamp tokens of the TSAs under `tsaRoots` (DER): a
+/// signature whose token checks out has its signer's chain validated at the
+/// token's time and reports CounterSignatureUsed. Without TSA roots every
+/// token fails. A database in the container for a TSA root applies to its
+/// TSAs; none is required.
+zel::Result LumCreateVerifier(const zel::ITracerPtr& tracer, const std::vector<Bytes>& roots,
+                              const std::vector<Bytes>& tsaRoots, ByteSpan crlContainer,
+                              ILumSignatureVerifierPtr& verifier);
 
 /// Takes a reference on the library; pair each success with LumReleaseLibrary.
 std::int32_t LumInitializeLibrary();

@@ -104,8 +104,8 @@ zel::Result LumServiceImpl::CreateVerifier(std::uint32_t classId, std::uint32_t 
             return Return(__LINE__, "failed to get revocation checker", zel::kFail);
         }
         verifier = zel::MakeIntrusive<LumSignatureVerifierImpl>(
-            GetTracer(), Join(std::move(roots.required), roots.optional), std::move(checker),
-            std::move(library));
+            GetTracer(), Join(std::move(roots.required), roots.optional), std::vector<Bytes>{},
+            std::move(checker), std::move(library));
         return zel::kOk;
     } catch (const std::bad_alloc&) {
         return Return(__LINE__, "out of memory", zel::kOutOfMemory);

@@ -13,6 +13,8 @@
 #include <openssl/cms.h>
 #include <openssl/ec.h>
 #include <openssl/evp.h>
+#include <openssl/pkcs7.h>
+#include <openssl/ts.h>
 #include <openssl/x509.h>
 #include <openssl/x509_vfy.h>
 
@@ -49,6 +51,8 @@ using EcPointPtr = OpenSslPtr<EC_POINT, EC_POINT_clear_free>;
 using EvpMdCtxPtr = OpenSslPtr<EVP_MD_CTX, EVP_MD_CTX_free>;
 using EvpMdPtr = OpenSslPtr<EVP_MD, EVP_MD_free>;
 using EvpPkeyPtr = OpenSslPtr<EVP_PKEY, EVP_PKEY_free>;
+using Pkcs7Ptr = OpenSslPtr<PKCS7, PKCS7_free>;
+using TsTstInfoPtr = OpenSslPtr<TS_TST_INFO, TS_TST_INFO_free>;
 using X509CrlPtr = OpenSslPtr<X509_CRL, X509_CRL_free>;
 using X509ExtensionPtr = OpenSslPtr<X509_EXTENSION, X509_EXTENSION_free>;
 using X509Ptr = OpenSslPtr<X509, X509_free>;

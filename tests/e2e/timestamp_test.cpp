@@ -1,0 +1,334 @@
+// Time-stamped signatures end to end: stock `openssl ts` is the time-stamping
+// authority, integrity_sign asks and embeds, and the checker runs at other
+// times under faketime.
+
+#include <boost/filesystem/operations.hpp>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "program.h"
+#include "support/pki.h"
+
+namespace integrity_check_tool::test {
+namespace {
+
+using ::testing::HasSubstr;
+
+constexpr const char* kTsaConfig = R"([ tsa ]
+default_tsa = demo
+[ demo ]
+serial = tsaserial
+crypto_device = builtin
+signer_digest = sha256
+default_policy = 1.3.6.1.4.1.4146.2.3
+digests = sha256, sha384, sha512
+ess_cert_id_alg = sha256
+)";
+
+/// A command line that runs `command` with the clock moved by `days`; the
+/// emulator, if any, must not pass the host's preload on to the program.
+std::vector<std::string> At(int days, std::vector<std::string> command = {})
+{
+    std::vector<std::string> moved{"env", "QEMU_UNSET_ENV=LD_PRELOAD", "faketime", "-f",
+                                   (days < 0 ? "" : "+") + std::to_string(days) + "d"};
+    moved.insert(moved.end(), command.begin(), command.end());
+    return moved;
+}
+
+std::string Text(const Blob& bytes)
+{
+    return {bytes.begin(), bytes.end()};
+}
+
+class TimestampTest : public SignedProductTest {
+protected:
+    TimestampTest()
+    {
+        WriteFile(dir_ / "tsa.cnf", kTsaConfig);
+        WriteFile(dir_ / "tsaserial", "01\n");
+    }
+
+    void SetUp() override
+    {
+        if (RunHostProcess({"faketime", "-f", "+0d", "true"}).exitStatus != 0) {
+            GTEST_SKIP() << "faketime is not installed";
+        }
+    }
+
+    Path Temp(const std::string& name) const { return dir_ / name; }
+
+    /// Runs a host command in the test directory and expects it to succeed.
+    void Host(const std::vector<std::string>& command) const
+    {
+        const ProcessResult result = RunHostProcess(command, dir_.path().string());
+        ASSERT_EQ(result.exitStatus, 0) << command.front() << ": " << result.err;
+    }
+
+    /// Signs `file` in place with the demo intermediate and `leaf`/`key`.
+    void Sign(const Path& file, const std::string& leaf, const std::string& key,
+              const std::string& type = "lum") const
+    {
+        ASSERT_TRUE(Succeeded(
+            RunProgram(Program::Sign, {"--type", type, "--key", key, "--cert", leaf, "--chain",
+                                       DemoPki("regular/inter.pem"), file.string()})));
+    }
+
+    /// The stock-OpenSSL request for `file`'s signature value.
+    Path StockQuery(const Path& file, const std::string& name) const
+    {
+        WriteFile(Temp(name + ".sig"), Text(pki::SignatureValue(pki::ToBlob(ReadFile(file)))));
+        Host({"openssl", "ts", "-query", "-data", name + ".sig", "-sha256", "-cert", "-out",
+              name + ".tsq"});
+        return Temp(name + ".tsq");
+    }
+
+    /// The reply of the TSA `signer`/`key` (the regular demo TSA by default)
+    /// to `query`, made `days` from now.
+    Path Reply(const Path& query, int days = 0,
+               const std::string& signer = DemoPki("regular/tsa.pem"),
+               const std::string& key = DemoPki("regular/tsa.key")) const
+    {
+        const Path reply = query.string() + ".tsr";
+        Host(At(days, {"openssl", "ts", "-reply", "-config", "tsa.cnf", "-queryfile",
+                       query.string(), "-signer", signer, "-inkey", key, "-out", reply.string()}));
+        return reply;
+    }
+
+    /// The token of a reply.
+    std::string Token(const Path& reply) const
+    {
+        const Path token = reply.string() + ".tok";
+        Host({"openssl", "ts", "-reply", "-in", reply.string(), "-token_out", "-out",
+              token.string()});
+        return ReadFile(token);
+    }
+
+    /// `file` with `token` embedded as it stands, however bad.
+    void Embed(const Path& file, const std::string& token) const
+    {
+        WriteFile(file, Text(pki::EmbedToken(pki::ToBlob(ReadFile(file)), pki::ToBlob(token))));
+    }
+
+    /// Asks the demo TSA through integrity_sign and embeds its answer.
+    void Stamp(const Path& file) const
+    {
+        const Path query = file.string() + ".tsq";
+        ASSERT_TRUE(
+            Succeeded(RunProgram(Program::Sign, {"--tsa-query", query.string(), file.string()})));
+        const Path reply = Reply(query);
+        ASSERT_TRUE(
+            Succeeded(RunProgram(Program::Sign, {"--tsa-reply", reply.string(), "--tsa-query",
+                                                 query.string(), file.string()})));
+    }
+
+    /// A certificate and key made with openssl: issued by `issuer` (self-signed
+    /// when empty) with the extensions of `section` in extensions.cnf.
+    void Issue(const std::string& name, const std::string& issuer, const std::string& section,
+               int days = 3650) const
+    {
+        WriteFile(Temp("extensions.cnf"), "[tsa]\n"
+                                          "basicConstraints = critical, CA:FALSE\n"
+                                          "keyUsage = critical, digitalSignature\n"
+                                          "extendedKeyUsage = critical, timeStamping\n"
+                                          "[code]\n"
+                                          "basicConstraints = critical, CA:FALSE\n"
+                                          "keyUsage = critical, digitalSignature\n"
+                                          "extendedKeyUsage = codeSigning\n"
+                                          "[ca]\n"
+                                          "basicConstraints = critical, CA:TRUE\n"
+                                          "keyUsage = critical, keyCertSign, cRLSign\n");
+        Host({"openssl", "genpkey", "-algorithm", "EC", "-pkeyopt", "ec_paramgen_curve:P-256",
+              "-out", name + ".key"});
+        if (issuer.empty()) {
+            Host({"openssl", "req", "-new", "-x509", "-key", name + ".key", "-subj", "/CN=" + name,
+                  "-days", std::to_string(days), "-config", "extensions.cnf", "-extensions",
+                  section, "-out", name + ".pem"});
+            return;
+        }
+        Host({"openssl", "req", "-new", "-key", name + ".key", "-subj", "/CN=" + name, "-out",
+              name + ".csr"});
+        Host({"openssl", "x509", "-req", "-in", name + ".csr", "-CA", issuer + ".pem", "-CAkey",
+              issuer + ".key", "-CAcreateserial", "-days", std::to_string(days), "-extfile",
+              "extensions.cnf", "-extensions", section, "-out", name + ".pem"});
+    }
+
+    ProcessResult Check(const Path& file, int days = 0, std::vector<std::string> extra = {}) const
+    {
+        extra.push_back(file.string());
+        return RunProgram(Program::Checker, extra, {}, At(days));
+    }
+
+    /// The flags of a refused signature, as "|A|B|".
+    static std::string Flags(const ProcessResult& result, const Path& file)
+    {
+        const std::string prefix =
+            "Can't verify LUM signature of file " + file.string() + ". Flags: ";
+        const std::size_t at = result.err.find(prefix);
+        if (result.exitStatus != 1 || at == std::string::npos) {
+            return "exit " + std::to_string(result.exitStatus) + ": " + result.err;
+        }
+        const std::size_t begin = at + prefix.size();
+        return "|" + result.err.substr(begin, result.err.find('\n', begin) - begin) + "|";
+    }
+};
+
+TEST_F(TimestampTest, TokenKeepsTheManifestValidAfterTheLeafExpires)
+{
+    // A leaf that lives two days, as the demo intermediate issues it.
+    Host({"cp", DemoPki("regular/inter.pem"), "inter.pem"});
+    Host({"cp", DemoPki("regular/inter.key"), "inter.key"});
+    Issue("short", "inter", "code", 2);
+    const Path stamped = dir_ / "product/stamped.xml";
+    WriteFile(stamped, content_);
+    Sign(Manifest(), Temp("short.pem").string(), Temp("short.key").string());
+    Sign(stamped, Temp("short.pem").string(), Temp("short.key").string(), "lum-with-filename");
+    Stamp(stamped);
+
+    EXPECT_TRUE(Succeeded(Check(Manifest()), kSummaryOk));
+    EXPECT_TRUE(Succeeded(Check(stamped), kSummaryOk));
+    // Three years on: only the time-stamped manifest still verifies.
+    EXPECT_EQ(Flags(Check(Manifest(), 1095), Manifest()), "|Signed|RevocationCheckSkipped|Expired|");
+    EXPECT_TRUE(Succeeded(Check(stamped, 1095), kSummaryOk));
+    // The token itself is still checked: a bit changed in it refuses the manifest.
+    std::string tampered = ReadFile(stamped);
+    const std::string token = Token(Temp("product/stamped.xml.tsq.tsr"));
+    const std::size_t at = tampered.find(token);
+    ASSERT_NE(at, std::string::npos) << "the embedded token is the TSA's, byte for byte";
+    tampered[at + token.size() - 1] = static_cast<char>(tampered[at + token.size() - 1] ^ 0x01);
+    WriteFile(stamped, tampered);
+    EXPECT_EQ(Flags(Check(stamped, 1095), stamped), "|Signed|RevocationCheckSkipped|SignatureValueNotMatched|");
+}
+
+TEST_F(TimestampTest, TokensThatDoNotHoldRefuseTheManifest)
+{
+    Host({"cp", DemoPki("regular/tsa-root.pem"), "tsa-root.pem"});
+    Host({"cp", DemoPki("regular/tsa-root.key"), "tsa-root.key"});
+    Issue("foreign-root", "", "ca");
+    Issue("foreign", "foreign-root", "tsa");
+    Issue("no-usage", "tsa-root", "code");
+    Sign(Manifest(), DemoPki("regular/leaf.pem"), DemoPki("regular/leaf.key"));
+    const std::string signedFile = ReadFile(Manifest());
+    const Path query = StockQuery(Manifest(), "good");
+    const std::string good = Token(Reply(query));
+
+    // A token signed with a certificate that lacks the usage: stock openssl
+    // cms re-signs the good token's TSTInfo.
+    Host({"openssl", "cms", "-verify", "-noverify", "-inform", "DER", "-in",
+          Reply(query).string() + ".tok", "-out", "tstinfo.der"});
+    Host({"openssl",     "cms",          "-sign",  "-binary",        "-nodetach",
+          "-nosmimecap", "-md",          "sha256", "-econtent_type", "id-smime-ct-TSTInfo",
+          "-signer",     "no-usage.pem", "-inkey", "no-usage.key",   "-in",
+          "tstinfo.der", "-outform",     "DER",    "-out",           "no-usage.tok"});
+    // The leaf of another manifest, valid only from the day after tomorrow.
+    pki::Hierarchy demo;
+    demo.intermediate = pki::Certificate::FromPem(ReadFile(DemoPki("regular/inter.pem")));
+    demo.intermediateKey = pki::Key::FromPem(ReadFile(DemoPki("regular/inter.key")));
+    pki::CertificateOptions options = pki::LeafOptions("later", 4242);
+    options.notBeforeDays = 2;
+    const pki::Key laterKey = pki::Key::Generate();
+    const std::string later = Text(pki::SignLum(
+        pki::ToBlob(content_), demo.IssueLeaf(options, laterKey), laterKey, {demo.intermediate}));
+    WriteFile(Temp("later.xml"), later);
+
+    std::string other = content_ + "<!-- another manifest -->";
+    WriteFile(Temp("other.xml"), other);
+    Sign(Temp("other.xml"), DemoPki("regular/leaf.pem"), DemoPki("regular/leaf.key"));
+
+    const struct {
+        const char* name;
+        std::string file;
+        std::string token;
+        const char* flags;
+    } cases[] = {
+        {"over another signature", signedFile, Token(Reply(StockQuery(Temp("other.xml"), "o"))),
+         "|Signed|RevocationCheckSkipped|SignatureValueNotMatched|"},
+        {"from a TSA outside the trusted roots", signedFile,
+         Token(Reply(query, 0, Temp("foreign.pem").string(), Temp("foreign.key").string())),
+         "|Signed|RevocationCheckSkipped|IncompleteChain|"},
+        {"from a certificate without the timeStamping usage", signedFile,
+         ReadFile(Temp("no-usage.tok")), "|Signed|RevocationCheckSkipped|InvalidPurpose|"},
+        {"dated in the future", signedFile, Token(Reply(query, 2)), "|Signed|RevocationCheckSkipped|Expired|"},
+        {"dated before the leaf's notBefore", later,
+         Token(Reply(StockQuery(Temp("later.xml"), "l"))), "|Signed|RevocationCheckSkipped|Expired|"},
+        {"not a token", signedFile, std::string("\x30\x03\x02\x01\x01", 5),
+         "|Signed|RevocationCheckSkipped|MalformedContent|"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        WriteFile(Manifest(), c.file);
+        Embed(Manifest(), c.token);
+        EXPECT_EQ(Flags(Check(Manifest()), Manifest()), c.flags);
+    }
+    // Two tokens are one too many, even when both are good.
+    WriteFile(Manifest(), signedFile);
+    Embed(Manifest(), good);
+    EXPECT_TRUE(Succeeded(Check(Manifest()), kSummaryOk));
+    Embed(Manifest(), good);
+    EXPECT_EQ(Flags(Check(Manifest()), Manifest()), "|Signed|RevocationCheckSkipped|MalformedContent|");
+}
+
+TEST_F(TimestampTest, RevocationAppliesToSignerAndTsaWhateverTheTime)
+{
+    Sign(Manifest(), DemoPki("regular/leaf.pem"), DemoPki("regular/leaf.key"));
+    const std::string signedFile = ReadFile(Manifest());
+    Stamp(Manifest());
+    const auto serial = [this](const std::string& certificate) {
+        const ProcessResult result =
+            RunHostProcess({"openssl", "x509", "-in", certificate, "-noout", "-serial"});
+        return result.out.substr(result.out.find('=') + 1,
+                                 result.out.find('\n') - result.out.find('=') - 1);
+    };
+    // A container with a CRL of the code-signing root and, optionally, one of the TSA root.
+    const auto container = [&](const std::string& name, const std::vector<std::string>& leafSerials,
+                               const std::vector<std::string>& tsaSerials, bool tsaDatabase) {
+        std::vector<std::string> pack{"--make-container", "--root", DemoPki("regular/root.pem")};
+        std::vector<std::string> crls;
+        for (const auto& [root, serials, wanted] :
+             {std::tuple{std::string("root"), leafSerials, true},
+              std::tuple{std::string("tsa-root"), tsaSerials, tsaDatabase}}) {
+            if (!wanted) {
+                continue;
+            }
+            const std::string crl = Temp(name + "-" + root + ".crl").string();
+            std::vector<std::string> make{"--make-crl",
+                                          "--ca-cert",
+                                          DemoPki("regular/" + root + ".pem"),
+                                          "--ca-key",
+                                          DemoPki("regular/" + root + ".key"),
+                                          "--output",
+                                          crl};
+            for (const std::string& revoked : serials) {
+                make.insert(make.end(), {"--revoke", revoked});
+            }
+            EXPECT_TRUE(Succeeded(RunProgram(Program::Sign, make)));
+            crls.push_back(crl);
+            if (root == "tsa-root") {
+                pack.insert(pack.end(), {"--root", DemoPki("regular/tsa-root.pem")});
+            }
+        }
+        boost::filesystem::create_directories(Temp(name));
+        pack.insert(pack.end(), {"--output", (Temp(name) / "lumcrl.rdb").string()});
+        pack.insert(pack.end(), crls.begin(), crls.end());
+        EXPECT_TRUE(Succeeded(RunProgram(Program::Sign, pack)));
+        return Temp(name).string();
+    };
+    const std::string leaf = serial(DemoPki("regular/leaf.pem"));
+    const std::string tsa = serial(DemoPki("regular/tsa.pem"));
+
+    // TSA roots need no database; one they have applies to their TSAs.
+    EXPECT_TRUE(Succeeded(Check(Manifest(), 0, {"--crl", container("none", {}, {}, false)})));
+    EXPECT_TRUE(Succeeded(Check(Manifest(), 0, {"--crl", container("clean", {}, {}, true)})));
+    EXPECT_EQ(Flags(Check(Manifest(), 0, {"--crl", container("tsa", {}, {tsa}, true)}), Manifest()),
+              "|Signed|Revoked|");
+    // A revoked signer stays revoked, token or not, now and later.
+    const std::string revoked = container("leaf", {leaf}, {}, false);
+    for (const int days : {0, 1095}) {
+        EXPECT_THAT(Flags(Check(Manifest(), days, {"--crl", revoked}), Manifest()),
+                    HasSubstr("|Revoked|"));
+    }
+    WriteFile(Manifest(), signedFile);
+    EXPECT_EQ(Flags(Check(Manifest(), 0, {"--crl", revoked}), Manifest()), "|Signed|Revoked|");
+}
+
+}  // namespace
+}  // namespace integrity_check_tool::test
