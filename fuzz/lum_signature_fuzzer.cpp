@@ -1,4 +1,5 @@
-// Arbitrary bytes as a "lum" signed object, verified against the fuzz root.
+// Arbitrary bytes as a "lum" signed object, verified against the fuzz root,
+// which also roots the time-stamping authority of tokens.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -19,8 +20,9 @@ public:
 crypto::lum::ILumSignatureVerifierPtr MakeVerifier()
 {
     crypto::lum::ILumSignatureVerifierPtr verifier;
-    if (crypto::lum::LumCreateVerifier(zel::MakeIntrusive<NullTracer>(), {LumFuzzRootDer()}, {},
-                                       verifier) != zel::kOk) {
+    // The fuzz root also stands for the TSA root, so a seed's token is checked in full.
+    if (crypto::lum::LumCreateVerifier(zel::MakeIntrusive<NullTracer>(), {LumFuzzRootDer()},
+                                       {LumFuzzRootDer()}, {}, verifier) != zel::kOk) {
         std::abort();
     }
     return verifier;

@@ -58,6 +58,17 @@ KEY
     cp "$dir/content" "$sig/unsigned"
     head -c 200 "$sig/good" >"$sig/truncated"
 
+    # A copy of "good" with a time-stamp token from a TSA under the fuzz root.
+    issue tsa 0x0F04 root "basicConstraints=critical,CA:FALSE\nkeyUsage=critical,digitalSignature\nextendedKeyUsage=critical,timeStamping\n$ids"
+    printf '[tsa]\ndefault_tsa = fuzz\n[fuzz]\nserial = %s/tsa.serial\nsigner_digest = sha256\ndefault_policy = 1.2.3.4\ndigests = sha256\ness_cert_id_alg = sha256\n' \
+        "$dir" >"$dir/tsa.cnf"
+    python3 "$here/embed_token.py" value "$dir/good.der" >"$dir/good.sig"
+    openssl ts -query -data "$dir/good.sig" -sha256 -cert -out "$dir/good.tsq" 2>/dev/null
+    openssl ts -reply -config "$dir/tsa.cnf" -queryfile "$dir/good.tsq" -signer "$dir/tsa.pem" \
+        -inkey "$dir/tsa.key" -token_out -out "$dir/good.tok" 2>/dev/null
+    python3 "$here/embed_token.py" embed "$dir/good.der" "$dir/good.tok" >"$dir/stamped.der"
+    { cat "$dir/content" "$dir/stamped.der"; be32 "$(wc -c <"$dir/stamped.der")"; printf '\x00LUMSIG\x01'; } >"$sig/stamped"
+
     # CRLs of the root: one empty, one revoking the intermediate.
     cat >"$dir/ca.cnf" <<CNF
 [ca]
