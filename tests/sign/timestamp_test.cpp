@@ -401,6 +401,9 @@ TEST_F(TimestampTest, UrlAsksTheAuthorityOverHttp)
                   "answered with HTTP status 500");
     ExpectRefused({"--tsa-url", server.Url("/wrong-type"), file_.string()},
                   "answered with Content-Type \"text/plain\"");
+    ExpectRefused({"--tsa-url", server.Url("/empty"), file_.string()}, "sent an empty reply");
+    ExpectRefused({"--tsa-url", server.Url("/huge"), file_.string()},
+                  "sent a reply larger than 1048576 bytes");
 }
 
 // Every refusal names its reason, fails, and leaves the signed file as it was.
@@ -426,6 +429,12 @@ TEST_F(TimestampTest, RefusalsNameTheProblemAndChangeNothing)
                   .exitStatus,
               0);
     Reply(path("no-nonce.tsq"), path("no-nonce.tsr"));
+    // One that does not ask for the TSA's certificate.
+    ASSERT_EQ(RunOpenSsl({"ts", "-query", "-digest", SignatureValue(signed_).second, "-sha256",
+                          "-out", path("no-cert.tsq")})
+                  .exitStatus,
+              0);
+    Reply(path("no-cert.tsq"), path("no-cert.tsr"));
 
     // TSA certificates the checker would not accept: from the demo TSA root
     // without the timeStamping usage, or with it but not critical, and a
@@ -496,6 +505,7 @@ TEST_F(TimestampTest, RefusalsNameTheProblemAndChangeNothing)
         {"does not answer request " + path("again.tsq") + ": its nonce differs",
          embed("reply.tsr", {"--tsa-query", path("again.tsq")})},
         {"carries no nonce", embed("no-nonce.tsr", {"--tsa-query", path("query.tsq")})},
+        {"does not carry the TSA certificate", embed("no-cert.tsr")},
         {"\"CN=Code Signing Not Stamping\" lacks the critical timeStamping",
          embed("codesigning.tsr")},
         {"\"CN=Stamping Not Critical\" lacks the critical timeStamping", embed("noncritical.tsr")},

@@ -34,6 +34,10 @@ class Handler(http.server.BaseHTTPRequestHandler):
             return self.answer(int(self.path[len('/status/'):]), 'text/plain', b'refused\n')
         if self.path == '/wrong-type':
             return self.answer(200, 'text/plain', b'not a reply\n')
+        if self.path == '/empty':
+            return self.answer(200, 'application/timestamp-reply', b'')
+        if self.path == '/huge':
+            return self.answer(200, 'application/timestamp-reply', bytes(2 * 1024 * 1024))
         fd, query = tempfile.mkstemp(dir=workdir, suffix='.tsq')
         with os.fdopen(fd, 'wb') as f:
             f.write(body)

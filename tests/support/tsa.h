@@ -51,8 +51,9 @@ public:
     TsaServer& operator=(const TsaServer&) = delete;
 
     /// The URL of `path` on the server. "/" answers time-stamp requests;
-    /// "/status/N" answers with HTTP status N and "/wrong-type" with a 200
-    /// text/plain answer, whatever is posted.
+    /// whatever is posted, "/status/N" answers with HTTP status N,
+    /// "/wrong-type" with a text/plain body, "/empty" with a reply of no
+    /// bytes and "/huge" with one of 2 MiB.
     std::string Url(const std::string& path = "/") const;
 
 private:
