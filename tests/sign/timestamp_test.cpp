@@ -106,6 +106,17 @@ std::vector<std::string> EmbeddedTokens(const std::string& file)
     return tokens;
 }
 
+std::string Hex(const unsigned char* bytes, std::size_t size)
+{
+    static constexpr char kDigits[] = "0123456789abcdef";
+    std::string text;
+    for (std::size_t i = 0; i < size; ++i) {
+        text += kDigits[bytes[i] >> 4];
+        text += kDigits[bytes[i] & 15];
+    }
+    return text;
+}
+
 /// The signer's signature value, hex, and its SHA-256 digest, hex.
 std::pair<std::string, std::string> SignatureValue(const std::string& file)
 {
@@ -119,17 +130,8 @@ std::pair<std::string, std::string> SignatureValue(const std::string& file)
     unsigned char digest[32];
     SHA256(ASN1_STRING_get0_data(value), static_cast<std::size_t>(ASN1_STRING_length(value)),
            digest);
-    const auto hex = [](const unsigned char* bytes, std::size_t size) {
-        std::string text;
-        for (std::size_t i = 0; i < size; ++i) {
-            static constexpr char kDigits[] = "0123456789abcdef";
-            text += kDigits[bytes[i] >> 4];
-            text += kDigits[bytes[i] & 15];
-        }
-        return text;
-    };
-    return {hex(ASN1_STRING_get0_data(value), static_cast<std::size_t>(ASN1_STRING_length(value))),
-            hex(digest, sizeof digest)};
+    return {Hex(ASN1_STRING_get0_data(value), static_cast<std::size_t>(ASN1_STRING_length(value))),
+            Hex(digest, sizeof digest)};
 }
 
 /// DER of a SEQUENCE holding `body`.
@@ -326,13 +328,9 @@ TEST_F(TimestampTest, QueryIsTheOneOpensslTsWouldWrite)
     ASSERT_TRUE(request);
     const ASN1_OCTET_STRING* imprint =
         TS_MSG_IMPRINT_get_msg(TS_REQ_get_msg_imprint(request.get()));
-    std::string hex;
-    for (int i = 0; i < ASN1_STRING_length(imprint); ++i) {
-        static constexpr char kDigits[] = "0123456789abcdef";
-        hex += kDigits[ASN1_STRING_get0_data(imprint)[i] >> 4];
-        hex += kDigits[ASN1_STRING_get0_data(imprint)[i] & 15];
-    }
-    EXPECT_EQ(hex, SignatureValue(signed_).second);
+    EXPECT_EQ(
+        Hex(ASN1_STRING_get0_data(imprint), static_cast<std::size_t>(ASN1_STRING_length(imprint))),
+        SignatureValue(signed_).second);
 
     const Path again = scratch_ / "again.tsq";
     Query(file_, again);
