@@ -5,6 +5,8 @@ find_package(Boost 1.74 REQUIRED COMPONENTS program_options filesystem regex dat
 find_package(OpenSSL 3 REQUIRED)
 find_package(ZLIB REQUIRED)
 find_package(Threads REQUIRED)
+# Only the signing tool talks to time-stamping authorities.
+find_package(CURL REQUIRED)
 
 find_path(TINYXML_INCLUDE_DIR tinyxml.h REQUIRED)
 find_library(TINYXML_LIBRARY tinyxml REQUIRED)

@@ -17,9 +17,9 @@ sudo_cmd=()
 
 libs=(libboost-dev libboost-program-options-dev libboost-filesystem-dev
       libboost-regex-dev libboost-date-time-dev
-      libtinyxml-dev libssl-dev zlib1g-dev libgtest-dev libgmock-dev)
+      libtinyxml-dev libssl-dev zlib1g-dev libgtest-dev libgmock-dev libcurl4-openssl-dev)
 
-native=(build-essential cmake ninja-build pkg-config file man-db openssl faketime libengine-gost-openssl rhash clang xxd
+native=(build-essential cmake ninja-build pkg-config file man-db openssl faketime python3 libengine-gost-openssl rhash clang xxd
         clang-format clang-tidy
         libbenchmark-dev "${libs[@]}")
 

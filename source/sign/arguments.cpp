@@ -16,6 +16,9 @@ constexpr const char* kSignForm = "--type";
 constexpr const char* kCrlForm = "--make-crl";
 constexpr const char* kContainerForm = "--make-container";
 constexpr const char* kKeyForm = "--gen-key";
+constexpr const char* kQueryForm = "--tsa-query";
+constexpr const char* kEmbedForm = "--tsa-reply";
+constexpr const char* kFetchForm = "--tsa-url";
 
 constexpr int kMaxDays = 36500;
 
@@ -68,13 +71,24 @@ SignArguments::SignArguments() : visible_("Options")
         ("pubout", po::value<std::string>()->value_name("PUB"),
          "also write the public key (PEM SubjectPublicKeyInfo)");
 
+    po::options_description stamping(
+        "Time-stamping a lum signature (in place unless --output is given)");
+    stamping.add_options()
+        ("tsa-query", po::value<std::string>()->value_name("REQ"),
+         "the time-stamp request: written for FILE when alone, the request a reply must "
+         "answer with --tsa-reply")
+        ("tsa-reply", po::value<std::string>()->value_name("REP"),
+         "embed the token of this time-stamp reply (as 'openssl ts -reply' writes it)")
+        ("tsa-url", po::value<std::string>()->value_name("URL"),
+         "ask the time-stamping authority at URL and embed its token");
+
     po::options_description general("General");
     general.add_options()
         ("output", po::value<std::string>()->value_name("PATH"), "the file to write")
         ("help,h", "print this help");
     // clang-format on
 
-    visible_.add(signing).add(revocation).add(keys).add(general);
+    visible_.add(signing).add(revocation).add(keys).add(stamping).add(general);
     po::options_description hidden;
     hidden.add_options()("input", po::value<std::vector<std::string>>());
     all_.add(visible_).add(hidden);
@@ -114,7 +128,10 @@ void SignArguments::PrintHelp(std::ostream& out) const
            "  integrity_sign --make-container --root ROOT.pem [--root ROOT2.pem]...\n"
            "                 --output lumcrl.rdb CRL [CRL]...\n"
            "  integrity_sign --gen-key gost256|gost512 [--paramset A|B|C|D] --output KEY\n"
-           "                 [--pubout PUB]\n\n";
+           "                 [--pubout PUB]\n"
+           "  integrity_sign --tsa-query REQ FILE\n"
+           "  integrity_sign --tsa-reply REP [--tsa-query REQ] [--output OUT] FILE\n"
+           "  integrity_sign --tsa-url URL [--output OUT] FILE\n\n";
     out << visible_;
 }
 
@@ -123,8 +140,9 @@ void SignArguments::Validate()
     const auto given = [this](const char* name) {
         return variables_.count(name) != 0 && !variables_[name].defaulted();
     };
+    const bool stamping = given("tsa-query") || given("tsa-reply") || given("tsa-url");
     const int forms = int{given("type")} + int{given("make-crl")} + int{given("make-container")} +
-                      int{given("gen-key")};
+                      int{given("gen-key")} + int{stamping};
     if (forms == 0) {
         UsageError(messages::kNoMode);
     }
@@ -137,6 +155,8 @@ void SignArguments::Validate()
         ValidateCrl();
     } else if (given("make-container")) {
         ValidateContainer();
+    } else if (stamping) {
+        ValidateTimestamp();
     } else {
         ValidateKey();
     }
@@ -243,6 +263,33 @@ void SignArguments::ValidateKey()
         if (*key_.publicOutput == key_.output) {
             UsageError(messages::kSameKeyFiles);
         }
+    }
+}
+
+void SignArguments::ValidateTimestamp()
+{
+    if (variables_.count("tsa-url") != 0) {
+        mode_ = Mode::TimestampFetch;
+        AllowOnly({"tsa-url", "output", "input"}, kFetchForm);
+        stamp_.url = variables_["tsa-url"].as<std::string>();
+    } else if (variables_.count("tsa-reply") != 0) {
+        mode_ = Mode::TimestampEmbed;
+        AllowOnly({"tsa-reply", "tsa-query", "output", "input"}, kEmbedForm);
+        stamp_.reply = Path(variables_["tsa-reply"].as<std::string>());
+    } else {
+        mode_ = Mode::TimestampQuery;
+        AllowOnly({"tsa-query", "input"}, kQueryForm);
+    }
+    if (variables_.count("input") == 0 ||
+        variables_["input"].as<std::vector<std::string>>().size() != 1) {
+        UsageError(messages::kOneSignedFile);
+    }
+    stamp_.file = variables_["input"].as<std::vector<std::string>>().front();
+    if (variables_.count("tsa-query") != 0) {
+        stamp_.query = Path(variables_["tsa-query"].as<std::string>());
+    }
+    if (variables_.count("output") != 0) {
+        stamp_.output = Path(variables_["output"].as<std::string>());
     }
 }
 

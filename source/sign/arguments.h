@@ -10,8 +10,8 @@
 
 namespace integrity_check_tool::sign {
 
-/// The signing tool's command line: four forms, chosen by --type,
-/// --make-crl, --make-container or --gen-key.
+/// The signing tool's command line: five forms, chosen by --type,
+/// --make-crl, --make-container, --gen-key or the --tsa options.
 class SignArguments final {
 public:
     SignArguments();
@@ -34,6 +34,8 @@ public:
     const ContainerOptions& GetContainerOptions() const noexcept { return container_; }
     /// Valid after Parse in Mode::GenerateKey.
     const KeyOptions& GetKeyOptions() const noexcept { return key_; }
+    /// Valid after Parse in the three time-stamping modes.
+    const TimestampOptions& GetTimestampOptions() const noexcept { return stamp_; }
 
 private:
     void Validate();
@@ -41,6 +43,7 @@ private:
     void ValidateCrl();
     void ValidateContainer();
     void ValidateKey();
+    void ValidateTimestamp();
     /// Throws when an option outside `allowed` was given for `form`.
     void AllowOnly(const std::vector<std::string>& allowed, const char* form) const;
     void Require(const char* option, const char* form) const;
@@ -54,6 +57,7 @@ private:
     CrlOptions crl_;
     ContainerOptions container_;
     KeyOptions key_;
+    TimestampOptions stamp_;
 };
 
 }  // namespace integrity_check_tool::sign

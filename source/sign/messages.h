@@ -4,12 +4,14 @@ namespace integrity_check_tool::sign::messages {
 
 // Command line
 inline constexpr const char* kNoMode =
-    "Nothing to do: give --type, --make-crl, --make-container or --gen-key";
+    "Nothing to do: give --type, --make-crl, --make-container, --gen-key, --tsa-query, "
+    "--tsa-reply or --tsa-url";
 inline constexpr const char* kTwoModes =
-    "Give only one of --type, --make-crl, --make-container and --gen-key";
+    "Give only one of --type, --make-crl, --make-container, --gen-key and the --tsa options";
 inline constexpr const char* kOptionNotForMode = "Option --%1% can't be used with %2%";
 inline constexpr const char* kOptionRequired = "Option --%1% is required with %2%";
 inline constexpr const char* kOneFile = "Give exactly one FILE to sign";
+inline constexpr const char* kOneSignedFile = "Give exactly one signed FILE to time-stamp";
 inline constexpr const char* kNoCrls = "Give at least one CRL file to put into the container";
 inline constexpr const char* kNoPositional = "%1% takes no FILE arguments";
 inline constexpr const char* kUnknownType =
@@ -55,5 +57,47 @@ inline constexpr const char* kCrlNotFromRoot =
     "CRL %1% is not issued and signed by any of the given roots";
 inline constexpr const char* kTwoCrlsForRoot =
     "CRLs %1% and %2% are both for root %3%; give one CRL per root";
+
+// Time-stamping
+inline constexpr const char* kNotLumSigned =
+    "File %1% has no lum signature; sign it before time-stamping";
+inline constexpr const char* kVorn2NotStamped =
+    "File %1% has a vorn2 signature; only lum signatures take a time-stamp token";
+inline constexpr const char* kSignerCount =
+    "The lum signature of %1% has %2% signers; a time-stamp token needs exactly one";
+inline constexpr const char* kCantReadRequest = "Can't read time-stamp request %1%: %2%";
+inline constexpr const char* kCantReadReply = "Can't read time-stamp reply %1%: %2%";
+inline constexpr const char* kReplyNotGranted =
+    "Time-stamp reply %1% is not granted: status %2%: %3%";
+inline constexpr const char* kReplyWithoutToken = "Time-stamp reply %1% carries no token";
+inline constexpr const char* kImprintMismatch =
+    "Time-stamp token of %1% is not for the signature of %2%: its message imprint is not the "
+    "SHA-256 digest of that signature";
+inline constexpr const char* kNonceMismatch =
+    "Time-stamp token of %1% does not answer request %2%: its nonce differs";
+inline constexpr const char* kNonceMissing =
+    "Time-stamp token of %1% does not answer request %2%: it carries no nonce";
+inline constexpr const char* kFutureTime = "Time-stamp token of %1% is dated %2%, in the future";
+inline constexpr const char* kNoTsaCertificate =
+    "Time-stamp token of %1% does not carry the TSA certificate";
+inline constexpr const char* kNotTimeStamping =
+    "TSA certificate \"%1%\" lacks the critical timeStamping extended key usage";
+inline constexpr const char* kUntrustedTsa =
+    "TSA certificate \"%1%\" does not chain to a trusted time-stamping root at %2%: %3%";
+inline constexpr const char* kBadTokenSignature = "Time-stamp token of %1% does not verify: %2%";
+inline constexpr const char* kEmbeddingBroke =
+    "Can't embed the time-stamp token into %1%: the signature no longer verifies (%2%)";
+
+// Talking to a time-stamping authority
+inline constexpr const char* kCurlFailed = "libcurl can't be initialised";
+inline constexpr const char* kTsaUnreachable = "Can't reach time-stamping authority %1%: %2%";
+inline constexpr const char* kTsaHttpStatus =
+    "Time-stamping authority %1% answered with HTTP status %2%";
+inline constexpr const char* kTsaContentType =
+    "Time-stamping authority %1% answered with Content-Type \"%2%\", not "
+    "application/timestamp-reply";
+inline constexpr const char* kTsaEmptyReply = "Time-stamping authority %1% sent an empty reply";
+inline constexpr const char* kTsaReplyTooLarge =
+    "Time-stamping authority %1% sent a reply larger than %2% bytes";
 
 }  // namespace integrity_check_tool::sign::messages

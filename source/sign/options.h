@@ -10,7 +10,15 @@
 namespace integrity_check_tool::sign {
 
 /// What one run of the tool does.
-enum class Mode { Sign, MakeCrl, MakeContainer, GenerateKey };
+enum class Mode {
+    Sign,
+    MakeCrl,
+    MakeContainer,
+    GenerateKey,
+    TimestampQuery,
+    TimestampEmbed,
+    TimestampFetch
+};
 
 /// Signing FILE (in place unless `output` is given).
 struct SignOptions {
@@ -46,6 +54,17 @@ struct KeyOptions {
     std::string paramSet = "A";
     Path output;                       ///< the private key, never overwritten
     std::optional<Path> publicOutput;  ///< the public key, if wanted
+};
+
+/// Time-stamping the lum signature of FILE: writing the request
+/// (TimestampQuery), embedding a reply's token (TimestampEmbed, matched to
+/// `query` when given) or both through a TSA's URL (TimestampFetch).
+struct TimestampOptions {
+    Path file;
+    std::optional<Path> query;
+    std::optional<Path> reply;
+    std::string url;
+    std::optional<Path> output;  ///< FILE is changed in place without it
 };
 
 }  // namespace integrity_check_tool::sign

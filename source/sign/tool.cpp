@@ -9,6 +9,7 @@
 #include "sign/file_signer.h"
 #include "sign/key_generator.h"
 #include "sign/signer_factory.h"
+#include "sign/timestamp_commands.h"
 #include "utils/atomic_file.h"
 #include "utils/closing_line.h"
 
@@ -72,6 +73,15 @@ int RunSignTool(int argc, char** argv)
             break;
         case Mode::GenerateKey:
             GenerateKeyPair(arguments.GetKeyOptions());
+            break;
+        case Mode::TimestampQuery:
+            WriteTimestampQuery(arguments.GetTimestampOptions());
+            break;
+        case Mode::TimestampEmbed:
+            EmbedTimestampReply(arguments.GetTimestampOptions());
+            break;
+        case Mode::TimestampFetch:
+            FetchTimestamp(arguments.GetTimestampOptions());
             break;
         }
         return Outcome::Succeeded;

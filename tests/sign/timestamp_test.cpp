@@ -1,0 +1,543 @@
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <iterator>
+
+#include <boost/filesystem/operations.hpp>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <openssl/cms.h>
+#include <openssl/pem.h>
+#include <openssl/sha.h>
+#include <openssl/ts.h>
+
+#include "support/pki.h"
+#include "support/process.h"
+#include "support/temp_dir.h"
+#include "support/tsa.h"
+
+// Requests and replies come from stock `openssl ts`, and what the tool
+// embeds is read back with stock openssl; replies openssl can't be made to
+// write are built here with OpenSSL's library.
+
+namespace integrity_check_tool::test {
+namespace {
+
+using Arguments = std::vector<std::string>;
+using ::testing::HasSubstr;
+
+const std::string kContent = "<manifest>\r\n  <file path=\"bin/agent\"/>\n</manifest>\n";
+constexpr std::size_t kTrailerSize = 12;
+
+ProcessResult RunSign(const Arguments& arguments)
+{
+    return RunProcess(ICT_SIGN_PATH, arguments);
+}
+
+ProcessResult RunOpenSsl(Arguments arguments)
+{
+    arguments.insert(arguments.begin(), "openssl");
+    return RunHostProcess(arguments);
+}
+
+std::string Demo(const std::string& relative)
+{
+    return std::string(ICT_DEMO_PKI_DIR) + "/" + relative;
+}
+
+template <class T, void (*Free)(T*)> struct Deleter {
+    void operator()(T* p) const { Free(p); }
+};
+using CmsPtr = std::unique_ptr<CMS_ContentInfo, Deleter<CMS_ContentInfo, CMS_ContentInfo_free>>;
+using TsRespPtr = std::unique_ptr<TS_RESP, Deleter<TS_RESP, TS_RESP_free>>;
+using TsReqPtr = std::unique_ptr<TS_REQ, Deleter<TS_REQ, TS_REQ_free>>;
+using BioPtr = std::unique_ptr<BIO, Deleter<BIO, BIO_free_all>>;
+
+/// The CMS DER of a lum signed file, its length taken from the trailer.
+std::string SignatureDer(const std::string& file)
+{
+    if (file.size() < kTrailerSize) {
+        return {};
+    }
+    std::size_t length = 0;
+    for (std::size_t i = file.size() - kTrailerSize; i < file.size() - 8; ++i) {
+        length = length << 8 | static_cast<unsigned char>(file[i]);
+    }
+    return length > file.size() - kTrailerSize
+               ? std::string()
+               : file.substr(file.size() - kTrailerSize - length, length);
+}
+
+CmsPtr ParseCms(const std::string& der)
+{
+    const auto* cursor = reinterpret_cast<const unsigned char*>(der.data());
+    return CmsPtr(d2i_CMS_ContentInfo(nullptr, &cursor, static_cast<long>(der.size())));
+}
+
+CMS_SignerInfo* OnlySigner(CMS_ContentInfo& cms)
+{
+    STACK_OF(CMS_SignerInfo)* signers = CMS_get0_SignerInfos(&cms);
+    return sk_CMS_SignerInfo_num(signers) == 1 ? sk_CMS_SignerInfo_value(signers, 0) : nullptr;
+}
+
+/// The values of every time-stamp token attribute of the file's signer.
+std::vector<std::string> EmbeddedTokens(const std::string& file)
+{
+    const CmsPtr cms = ParseCms(SignatureDer(file));
+    CMS_SignerInfo* signer = cms ? OnlySigner(*cms) : nullptr;
+    if (signer == nullptr) {
+        ADD_FAILURE() << "no lum signature with one signer";
+        return {};
+    }
+    std::vector<std::string> tokens;
+    for (int at = -1;
+         (at = CMS_unsigned_get_attr_by_NID(signer, NID_id_smime_aa_timeStampToken, at)) >= 0;) {
+        X509_ATTRIBUTE* attribute = CMS_unsigned_get_attr(signer, at);
+        for (int i = 0; i < X509_ATTRIBUTE_count(attribute); ++i) {
+            const ASN1_TYPE* value = X509_ATTRIBUTE_get0_type(attribute, i);
+            EXPECT_EQ(value->type, V_ASN1_SEQUENCE);
+            const ASN1_STRING* sequence = value->value.sequence;
+            tokens.emplace_back(reinterpret_cast<const char*>(ASN1_STRING_get0_data(sequence)),
+                                static_cast<std::size_t>(ASN1_STRING_length(sequence)));
+        }
+    }
+    return tokens;
+}
+
+std::string Hex(const unsigned char* bytes, std::size_t size)
+{
+    static constexpr char kDigits[] = "0123456789abcdef";
+    std::string text;
+    for (std::size_t i = 0; i < size; ++i) {
+        text += kDigits[bytes[i] >> 4];
+        text += kDigits[bytes[i] & 15];
+    }
+    return text;
+}
+
+/// The signer's signature value, hex, and its SHA-256 digest, hex.
+std::pair<std::string, std::string> SignatureValue(const std::string& file)
+{
+    const CmsPtr cms = ParseCms(SignatureDer(file));
+    CMS_SignerInfo* signer = cms ? OnlySigner(*cms) : nullptr;
+    if (signer == nullptr) {
+        ADD_FAILURE() << "no lum signature with one signer";
+        return {};
+    }
+    const ASN1_OCTET_STRING* value = CMS_SignerInfo_get0_signature(signer);
+    unsigned char digest[32];
+    SHA256(ASN1_STRING_get0_data(value), static_cast<std::size_t>(ASN1_STRING_length(value)),
+           digest);
+    return {Hex(ASN1_STRING_get0_data(value), static_cast<std::size_t>(ASN1_STRING_length(value))),
+            Hex(digest, sizeof digest)};
+}
+
+/// DER of a SEQUENCE holding `body`.
+std::string Sequence(const std::string& body)
+{
+    std::string length;
+    if (body.size() < 0x80) {
+        length = std::string(1, static_cast<char>(body.size()));
+    } else {
+        for (std::size_t rest = body.size(); rest != 0; rest >>= 8) {
+            length.insert(length.begin(), static_cast<char>(rest & 0xFF));
+        }
+        length.insert(length.begin(), static_cast<char>(0x80 | length.size()));
+    }
+    return "\x30" + length + body;
+}
+
+std::string ToPem(const pki::Certificate& certificate)
+{
+    const BioPtr bio(BIO_new(BIO_s_mem()));
+    PEM_write_bio_X509(bio.get(), certificate.get());
+    char* data = nullptr;
+    const long size = BIO_get_mem_data(bio.get(), &data);
+    return std::string(data, static_cast<std::size_t>(size));
+}
+
+std::string ToPem(const pki::Key& key)
+{
+    const BioPtr bio(BIO_new(BIO_s_mem()));
+    PEM_write_bio_PrivateKey(bio.get(), key.get(), nullptr, nullptr, 0, nullptr, nullptr);
+    char* data = nullptr;
+    const long size = BIO_get_mem_data(bio.get(), &data);
+    return std::string(data, static_cast<std::size_t>(size));
+}
+
+/// A granted reply with the TSTInfo of `reply` signed by `certificate`:
+/// `openssl ts -reply` signs only with proper time-stamping certificates.
+std::string ResignedReply(const std::string& reply, const pki::Certificate& certificate,
+                          const pki::Key& key)
+{
+    const auto* cursor = reinterpret_cast<const unsigned char*>(reply.data());
+    const TsRespPtr parsed(d2i_TS_RESP(nullptr, &cursor, static_cast<long>(reply.size())));
+    unsigned char* info = nullptr;
+    const int infoSize = parsed ? i2d_TS_TST_INFO(TS_RESP_get_tst_info(parsed.get()), &info) : -1;
+    EXPECT_GT(infoSize, 0);
+    const BioPtr content(BIO_new_mem_buf(info, infoSize));
+    const CmsPtr cms(CMS_sign(certificate.get(), key.get(), nullptr, nullptr,
+                              CMS_BINARY | CMS_PARTIAL | CMS_NOSMIMECAP));
+    EXPECT_EQ(CMS_set1_eContentType(cms.get(), OBJ_nid2obj(NID_id_smime_ct_TSTInfo)), 1);
+    EXPECT_EQ(CMS_final(cms.get(), content.get(), nullptr, CMS_BINARY), 1);
+    OPENSSL_free(info);
+    unsigned char* token = nullptr;
+    const int tokenSize = i2d_CMS_ContentInfo(cms.get(), &token);
+    const std::string tokenDer(reinterpret_cast<const char*>(token),
+                               static_cast<std::size_t>(std::max(tokenSize, 0)));
+    OPENSSL_free(token);
+    return Sequence(Sequence(std::string("\x02\x01\x00", 3)) + tokenDer);
+}
+
+/// A reply to the request in `query` by the demo TSA, dated a day ahead.
+std::string ReplyFromTomorrow(const std::string& query)
+{
+    const auto certificate = pki::Certificate::FromPem(ReadFile(Demo("regular/tsa.pem")));
+    const auto key = pki::Key::FromPem(ReadFile(Demo("regular/tsa.key")));
+    const std::unique_ptr<TS_RESP_CTX, Deleter<TS_RESP_CTX, TS_RESP_CTX_free>> context(
+        TS_RESP_CTX_new());
+    const std::unique_ptr<ASN1_OBJECT, Deleter<ASN1_OBJECT, ASN1_OBJECT_free>> policy(
+        OBJ_txt2obj("1.2.3.4.1", 1));
+    TS_RESP_CTX_set_signer_cert(context.get(), certificate.get());
+    TS_RESP_CTX_set_signer_key(context.get(), key.get());
+    TS_RESP_CTX_set_def_policy(context.get(), policy.get());
+    TS_RESP_CTX_add_md(context.get(), EVP_sha256());
+    TS_RESP_CTX_set_time_cb(
+        context.get(),
+        [](TS_RESP_CTX*, void*, long* seconds, long* microseconds) {
+            *seconds = static_cast<long>(std::time(nullptr)) + 86400;
+            *microseconds = 0;
+            return 1;
+        },
+        nullptr);
+    const BioPtr request(BIO_new_mem_buf(query.data(), static_cast<int>(query.size())));
+    const TsRespPtr reply(TS_RESP_create_response(context.get(), request.get()));
+    unsigned char* der = nullptr;
+    const int size = reply ? i2d_TS_RESP(reply.get(), &der) : -1;
+    EXPECT_GT(size, 0);
+    const std::string bytes(reinterpret_cast<const char*>(der),
+                            static_cast<std::size_t>(std::max(size, 0)));
+    OPENSSL_free(der);
+    return bytes;
+}
+
+class TimestampTest : public ::testing::Test {
+protected:
+    TimestampTest()
+    {
+        Sign(file_);
+        signed_ = ReadFile(file_);
+    }
+
+    /// Writes the content signed by the demo leaf to `path`.
+    static void Sign(const Path& path)
+    {
+        WriteFile(path, kContent);
+        const ProcessResult result = RunSign({"--type", "lum", "--key", Demo("regular/leaf.key"),
+                                              "--cert", Demo("regular/leaf.pem"), "--chain",
+                                              Demo("regular/inter.pem"), path.string()});
+        ASSERT_EQ(result.exitStatus, 0) << result.err;
+    }
+
+    /// Writes the request for `file` to `query`.
+    static void Query(const Path& file, const Path& query)
+    {
+        const ProcessResult result = RunSign({"--tsa-query", query.string(), file.string()});
+        ASSERT_EQ(result.exitStatus, 0) << result.err;
+        ASSERT_EQ(result.out, "SUCCEEDED\n");
+    }
+
+    /// The demo TSA's reply to `query`, written to `reply`.
+    void Reply(const Path& query, const Path& reply) const
+    {
+        const ProcessResult result = tsa_.Reply(query, reply);
+        ASSERT_EQ(result.exitStatus, 0) << result.err;
+    }
+
+    /// Expects `file` to be the signed content with `token` its one
+    /// time-stamp token, and stock openssl to accept both.
+    void ExpectStamped(const Path& file, const std::string& token) const
+    {
+        const std::string bytes = ReadFile(file);
+        ASSERT_TRUE(bytes.starts_with(kContent));
+        EXPECT_TRUE(bytes.ends_with(std::string("\0LUMSIG\1", 8)));
+        EXPECT_EQ(EmbeddedTokens(bytes), std::vector<std::string>{token});
+        EXPECT_EQ(SignatureValue(bytes), SignatureValue(signed_)) << "the signature is kept";
+
+        const Path der = scratch_ / "embedded.der";
+        WriteFile(der, SignatureDer(bytes));
+        WriteFile(scratch_ / "content", kContent);
+        const ProcessResult verified =
+            RunOpenSsl({"cms", "-verify", "-binary", "-inform", "DER", "-in", der.string(),
+                        "-content", (scratch_ / "content").string(), "-CAfile",
+                        Demo("regular/root.pem"), "-purpose", "any", "-out", "/dev/null"});
+        EXPECT_EQ(verified.exitStatus, 0) << verified.err;
+
+        const Path embedded = scratch_ / "embedded.tst";
+        WriteFile(embedded, EmbeddedTokens(bytes).at(0));
+        const ProcessResult stamped =
+            RunOpenSsl({"ts", "-verify", "-in", embedded.string(), "-token_in", "-digest",
+                        SignatureValue(bytes).second, "-CAfile", Demo("regular/tsa-root.pem")});
+        EXPECT_THAT(stamped.out, HasSubstr("Verification: OK")) << stamped.err;
+    }
+
+    /// Expects the tool to refuse `arguments` with `message`, leaving the
+    /// signed file as it was and writing nothing beside it.
+    void ExpectRefused(const Arguments& arguments, const std::string& message) const
+    {
+        SCOPED_TRACE(message);
+        const ProcessResult result = RunSign(arguments);
+        EXPECT_EQ(result.exitStatus, 1);
+        EXPECT_THAT(result.err, HasSubstr(message));
+        EXPECT_TRUE(result.err.ends_with("FAILED\n")) << result.err;
+        EXPECT_EQ(ReadFile(file_), signed_);
+        EXPECT_EQ(std::distance(boost::filesystem::directory_iterator(dir_.path()), {}), 1)
+            << "only the signed file";
+        // One wrongly written output must not fail the cases after it.
+        for (auto& entry : boost::filesystem::directory_iterator(dir_.path())) {
+            if (entry.path() != file_) {
+                boost::filesystem::remove_all(entry.path());
+            }
+        }
+    }
+
+    TempDir dir_;      ///< the signed file alone
+    TempDir scratch_;  ///< requests, replies and openssl's files
+    Path file_ = dir_ / "manifest.xml";
+    std::string signed_;
+    tsa::OpenSslTsa tsa_{scratch_.path(), Demo("regular/tsa.pem"), Demo("regular/tsa.key")};
+};
+
+TEST_F(TimestampTest, QueryIsTheOneOpensslTsWouldWrite)
+{
+    const Path query = scratch_ / "query.tsq";
+    Query(file_, query);
+    EXPECT_EQ(ReadFile(file_), signed_);
+    const ProcessResult text = RunOpenSsl({"ts", "-query", "-in", query.string(), "-text"});
+    ASSERT_EQ(text.exitStatus, 0) << text.err;
+    for (const char* line : {"Version: 1", "Hash Algorithm: sha256", "Policy OID: unspecified",
+                             "Nonce: 0x", "Certificate required: yes"}) {
+        EXPECT_THAT(text.out, HasSubstr(line));
+    }
+
+    const std::string der = ReadFile(query);
+    const auto* cursor = reinterpret_cast<const unsigned char*>(der.data());
+    const TsReqPtr request(d2i_TS_REQ(nullptr, &cursor, static_cast<long>(der.size())));
+    ASSERT_TRUE(request);
+    const ASN1_OCTET_STRING* imprint =
+        TS_MSG_IMPRINT_get_msg(TS_REQ_get_msg_imprint(request.get()));
+    EXPECT_EQ(
+        Hex(ASN1_STRING_get0_data(imprint), static_cast<std::size_t>(ASN1_STRING_length(imprint))),
+        SignatureValue(signed_).second);
+
+    const Path again = scratch_ / "again.tsq";
+    Query(file_, again);
+    EXPECT_NE(ReadFile(again), der) << "a fresh nonce every time";
+}
+
+TEST_F(TimestampTest, ReplyOfStockOpensslIsEmbeddedAndReplaced)
+{
+    const Path query = scratch_ / "query.tsq";
+    const Path reply = scratch_ / "reply.tsr";
+    const Path token = scratch_ / "token.tst";
+    const Path output = dir_ / "stamped.xml";
+    Query(file_, query);
+    Reply(query, reply);
+    const ProcessResult embedded =
+        RunSign({"--tsa-reply", reply.string(), "--tsa-query", query.string(), "--output",
+                 output.string(), file_.string()});
+    ASSERT_EQ(embedded.exitStatus, 0) << embedded.err;
+    EXPECT_EQ(embedded.out, "SUCCEEDED\n");
+    EXPECT_EQ(ReadFile(file_), signed_) << "--output leaves FILE alone";
+    ASSERT_EQ(tsa::ExtractToken(reply, token).exitStatus, 0);
+    const std::string first = ReadFile(token);
+    ExpectStamped(output, first);
+    const ProcessResult matched =
+        RunOpenSsl({"ts", "-verify", "-in", token.string(), "-token_in", "-queryfile",
+                    query.string(), "-CAfile", Demo("regular/tsa-root.pem")});
+    EXPECT_THAT(matched.out, HasSubstr("Verification: OK")) << matched.err;
+
+    // A second token replaces the first, in place and without the request.
+    const Path second = scratch_ / "second.tsr";
+    Query(output, query);
+    Reply(query, second);
+    const ProcessResult replaced = RunSign({"--tsa-reply", second.string(), output.string()});
+    ASSERT_EQ(replaced.exitStatus, 0) << replaced.err;
+    ASSERT_EQ(tsa::ExtractToken(second, token).exitStatus, 0);
+    EXPECT_NE(ReadFile(token), first);
+    ExpectStamped(output, ReadFile(token));
+}
+
+TEST_F(TimestampTest, UrlAsksTheAuthorityOverHttp)
+{
+    const TempDir serverDir;
+    const tsa::TsaServer server(tsa_, serverDir.path());
+    const ProcessResult stamped = RunSign({"--tsa-url", server.Url(), file_.string()});
+    ASSERT_EQ(stamped.exitStatus, 0) << stamped.err;
+    EXPECT_EQ(stamped.out, "SUCCEEDED\n");
+    const std::vector<std::string> tokens = EmbeddedTokens(ReadFile(file_));
+    ASSERT_EQ(tokens.size(), 1u);
+    ExpectStamped(file_, tokens[0]);
+    signed_ = ReadFile(file_);
+
+    // A port nobody listens on: bound, then released.
+    const int probe = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof address;
+    ASSERT_EQ(::bind(probe, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    ASSERT_EQ(::getsockname(probe, reinterpret_cast<sockaddr*>(&address), &length), 0);
+    ::close(probe);
+    const std::string closed = "http://127.0.0.1:" + std::to_string(ntohs(address.sin_port)) + "/";
+
+    ExpectRefused({"--tsa-url", closed, file_.string()},
+                  "Can't reach time-stamping authority " + closed + ": ");
+    ExpectRefused({"--tsa-url", server.Url("/status/500"), file_.string()},
+                  "answered with HTTP status 500");
+    ExpectRefused({"--tsa-url", server.Url("/wrong-type"), file_.string()},
+                  "answered with Content-Type \"text/plain\"");
+    ExpectRefused({"--tsa-url", server.Url("/empty"), file_.string()}, "sent an empty reply");
+    ExpectRefused({"--tsa-url", server.Url("/huge"), file_.string()},
+                  "sent a reply larger than 1048576 bytes");
+}
+
+// Every refusal names its reason, fails, and leaves the signed file as it was.
+TEST_F(TimestampTest, RefusalsNameTheProblemAndChangeNothing)
+{
+    const auto path = [this](const char* name) { return (scratch_ / name).string(); };
+    const std::string file = file_.string();
+    const std::string output = (dir_ / "out.xml").string();
+
+    // The file's request and the demo TSA's reply, a second request for the
+    // same signature, and a request for another file's signature.
+    Query(file_, path("query.tsq"));
+    Reply(path("query.tsq"), path("reply.tsr"));
+    const std::string reply = ReadFile(path("reply.tsr"));
+    Query(file_, path("again.tsq"));
+    Sign(scratch_ / "other.xml");
+    Query(scratch_ / "other.xml", path("other.tsq"));
+    Reply(path("other.tsq"), path("other.tsr"));
+
+    // A request without nonce for the same imprint.
+    ASSERT_EQ(RunOpenSsl({"ts", "-query", "-digest", SignatureValue(signed_).second, "-sha256",
+                          "-no_nonce", "-cert", "-out", path("no-nonce.tsq")})
+                  .exitStatus,
+              0);
+    Reply(path("no-nonce.tsq"), path("no-nonce.tsr"));
+    // One that does not ask for the TSA's certificate.
+    ASSERT_EQ(RunOpenSsl({"ts", "-query", "-digest", SignatureValue(signed_).second, "-sha256",
+                          "-out", path("no-cert.tsq")})
+                  .exitStatus,
+              0);
+    Reply(path("no-cert.tsq"), path("no-cert.tsr"));
+
+    // TSA certificates the checker would not accept: from the demo TSA root
+    // without the timeStamping usage, or with it but not critical, and a
+    // proper one under a root no build trusts.
+    const auto tsaRoot = pki::Certificate::FromPem(ReadFile(Demo("regular/tsa-root.pem")));
+    const auto tsaRootKey = pki::Key::FromPem(ReadFile(Demo("regular/tsa-root.key")));
+    const pki::Key key = pki::Key::Generate();
+    pki::CertificateOptions options;
+    options.commonName = "Code Signing Not Stamping";
+    options.keyUsage = "critical,digitalSignature,nonRepudiation";
+    WriteFile(path("codesigning.tsr"),
+              ResignedReply(reply, pki::IssueCertificate(options, key, &tsaRoot, tsaRootKey), key));
+    options.commonName = "Stamping Not Critical";
+    options.extendedKeyUsage = "timeStamping";
+    WriteFile(path("noncritical.tsr"),
+              ResignedReply(reply, pki::IssueCertificate(options, key, &tsaRoot, tsaRootKey), key));
+
+    pki::CertificateOptions rootOptions;
+    rootOptions.commonName = "Stranger TSA Root";
+    rootOptions.basicConstraints = "critical,CA:TRUE";
+    rootOptions.keyUsage = "critical,keyCertSign,cRLSign";
+    rootOptions.extendedKeyUsage = "";
+    const pki::Key strangerKey = pki::Key::Generate();
+    const auto strangerRoot = pki::IssueCertificate(rootOptions, strangerKey, nullptr, strangerKey);
+    options.commonName = "Stranger TSA";
+    options.extendedKeyUsage = "critical,timeStamping";
+    WriteFile(path("stranger.pem"),
+              ToPem(pki::IssueCertificate(options, key, &strangerRoot, strangerKey)));
+    WriteFile(path("stranger.key"), ToPem(key));
+    const TempDir strangerDir;
+    ASSERT_EQ(tsa::OpenSslTsa(strangerDir.path(), path("stranger.pem"), path("stranger.key"))
+                  .Reply(path("query.tsq"), path("stranger.tsr"))
+                  .exitStatus,
+              0);
+
+    // A TSA that takes SHA-512 imprints only rejects ours.
+    const TempDir pickyDir;
+    ASSERT_EQ(
+        tsa::OpenSslTsa(pickyDir.path(), Demo("regular/tsa.pem"), Demo("regular/tsa.key"), "sha512")
+            .Reply(path("query.tsq"), path("rejected.tsr"))
+            .exitStatus,
+        0);
+
+    // The last byte of the reply is the last of the token's signature.
+    std::string forged = reply;
+    forged.back() = static_cast<char>(forged.back() ^ 0x01);
+    WriteFile(path("forged.tsr"), forged);
+    WriteFile(path("tomorrow.tsr"), ReplyFromTomorrow(ReadFile(path("query.tsq"))));
+    WriteFile(path("garbage.tsr"), "not a reply");
+
+    // Files no token can go into.
+    WriteFile(path("unsigned.xml"), kContent);
+    const ProcessResult vorn2 = RunSign({"--type", "vorn2", "--key", Demo("regular/gost256.key"),
+                                         "--output", path("vorn2.xml"), path("unsigned.xml")});
+    ASSERT_EQ(vorn2.exitStatus, 0) << vorn2.err;
+
+    const auto embed = [&](const char* replyName, const Arguments& extra = {}) {
+        Arguments arguments = {"--tsa-reply", path(replyName), "--output", output};
+        arguments.insert(arguments.end(), extra.begin(), extra.end());
+        arguments.push_back(file);
+        return arguments;
+    };
+    const struct {
+        std::string message;
+        Arguments arguments;
+    } cases[] = {
+        {"is not for the signature of " + file, embed("other.tsr")},
+        {"does not answer request " + path("again.tsq") + ": its nonce differs",
+         embed("reply.tsr", {"--tsa-query", path("again.tsq")})},
+        {"carries no nonce", embed("no-nonce.tsr", {"--tsa-query", path("query.tsq")})},
+        {"does not carry the TSA certificate", embed("no-cert.tsr")},
+        {"\"CN=Code Signing Not Stamping\" lacks the critical timeStamping",
+         embed("codesigning.tsr")},
+        {"\"CN=Stamping Not Critical\" lacks the critical timeStamping", embed("noncritical.tsr")},
+        {"\"CN=Stranger TSA\" does not chain to a trusted time-stamping root",
+         embed("stranger.tsr")},
+        {"is not granted: status rejection (2): Message digest algorithm is not supported.",
+         embed("rejected.tsr")},
+        {"Time-stamp token of " + path("forged.tsr") + " does not verify", embed("forged.tsr")},
+        {"in the future", embed("tomorrow.tsr")},
+        {"Can't read time-stamp reply " + path("garbage.tsr"), embed("garbage.tsr")},
+        {"Can't read time-stamp request " + path("reply.tsr"),
+         embed("reply.tsr", {"--tsa-query", path("reply.tsr")})},
+        {path("unsigned.xml") + " has no lum signature",
+         {"--tsa-query", output, path("unsigned.xml")}},
+        {path("vorn2.xml") + " has a vorn2 signature; only lum signatures",
+         {"--tsa-query", output, path("vorn2.xml")}},
+        {"has a vorn2 signature", {"--tsa-reply", path("reply.tsr"), path("vorn2.xml")}},
+        // The command line of the three modes.
+        {"Option --tsa-query can't be used with --tsa-url",
+         {"--tsa-url", "http://127.0.0.1:9/", "--tsa-query", path("query.tsq"), file}},
+        {"Option --output can't be used with --tsa-query",
+         {"--tsa-query", path("new.tsq"), "--output", output, file}},
+        {"Option --key can't be used with --tsa-reply",
+         {"--tsa-reply", path("reply.tsr"), "--key", Demo("regular/leaf.key"), file}},
+        {"Give only one of", {"--type", "lum", "--tsa-query", path("new.tsq"), file}},
+        {"Give exactly one signed FILE", {"--tsa-query", path("new.tsq")}},
+        {"Give exactly one signed FILE", {"--tsa-url", "http://127.0.0.1:9/", file, file}},
+    };
+    for (const auto& refused : cases) {
+        ExpectRefused(refused.arguments, refused.message);
+    }
+    EXPECT_FALSE(boost::filesystem::exists(path("new.tsq")));
+    EXPECT_EQ(ReadFile(path("unsigned.xml")), kContent);
+}
+
+}  // namespace
+}  // namespace integrity_check_tool::test
