@@ -77,7 +77,8 @@ inline constexpr const char* kNonceMismatch =
     "Time-stamp token of %1% does not answer request %2%: its nonce differs";
 inline constexpr const char* kNonceMissing =
     "Time-stamp token of %1% does not answer request %2%: it carries no nonce";
-inline constexpr const char* kFutureTime = "Time-stamp token of %1% is dated %2%, in the future";
+inline constexpr const char* kFutureTime =
+    "Time-stamp token of %1% is dated %2%, in the future: the checker refuses it until then";
 inline constexpr const char* kNoTsaCertificate =
     "Time-stamp token of %1% does not carry the TSA certificate";
 inline constexpr const char* kNotTimeStamping =
