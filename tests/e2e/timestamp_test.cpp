@@ -10,22 +10,12 @@
 
 #include "program.h"
 #include "support/pki.h"
+#include "support/tsa.h"
 
 namespace integrity_check_tool::test {
 namespace {
 
 using ::testing::HasSubstr;
-
-constexpr const char* kTsaConfig = R"([ tsa ]
-default_tsa = demo
-[ demo ]
-serial = tsaserial
-crypto_device = builtin
-signer_digest = sha256
-default_policy = 1.3.6.1.4.1.4146.2.3
-digests = sha256, sha384, sha512
-ess_cert_id_alg = sha256
-)";
 
 /// A command line that runs `command` with the clock moved by `days`. The
 /// emulator, if any, must not pass the host's preload on to the program, and
@@ -51,12 +41,6 @@ std::string Text(const Blob& bytes)
 
 class TimestampTest : public SignedProductTest {
 protected:
-    TimestampTest()
-    {
-        WriteFile(dir_ / "tsa.cnf", kTsaConfig);
-        WriteFile(dir_ / "tsaserial", "01\n");
-    }
-
     void SetUp() override
     {
         if (RunHostProcess({"faketime", "-f", "+0d", "true"}).exitStatus != 0) {
@@ -98,8 +82,7 @@ protected:
                const std::string& key = DemoPki("regular/tsa.key")) const
     {
         const Path reply = query.string() + ".tsr";
-        Host(At(days, {"openssl", "ts", "-reply", "-config", "tsa.cnf", "-queryfile",
-                       query.string(), "-signer", signer, "-inkey", key, "-out", reply.string()}));
+        Host(At(days, tsa::OpenSslTsa(dir_.path(), signer, key).ReplyCommand(query, reply)));
         return reply;
     }
 
@@ -107,8 +90,7 @@ protected:
     std::string Token(const Path& reply) const
     {
         const Path token = reply.string() + ".tok";
-        Host({"openssl", "ts", "-reply", "-in", reply.string(), "-token_out", "-out",
-              token.string()});
+        EXPECT_EQ(tsa::ExtractToken(reply, token).exitStatus, 0);
         return ReadFile(token);
     }
 

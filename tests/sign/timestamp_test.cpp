@@ -29,7 +29,6 @@ using Arguments = std::vector<std::string>;
 using ::testing::HasSubstr;
 
 const std::string kContent = "<manifest>\r\n  <file path=\"bin/agent\"/>\n</manifest>\n";
-constexpr std::size_t kTrailerSize = 12;
 
 ProcessResult RunSign(const Arguments& arguments)
 {
@@ -55,55 +54,9 @@ using TsRespPtr = std::unique_ptr<TS_RESP, Deleter<TS_RESP, TS_RESP_free>>;
 using TsReqPtr = std::unique_ptr<TS_REQ, Deleter<TS_REQ, TS_REQ_free>>;
 using BioPtr = std::unique_ptr<BIO, Deleter<BIO, BIO_free_all>>;
 
-/// The CMS DER of a lum signed file, its length taken from the trailer.
-std::string SignatureDer(const std::string& file)
+std::string Text(const Blob& bytes)
 {
-    if (file.size() < kTrailerSize) {
-        return {};
-    }
-    std::size_t length = 0;
-    for (std::size_t i = file.size() - kTrailerSize; i < file.size() - 8; ++i) {
-        length = length << 8 | static_cast<unsigned char>(file[i]);
-    }
-    return length > file.size() - kTrailerSize
-               ? std::string()
-               : file.substr(file.size() - kTrailerSize - length, length);
-}
-
-CmsPtr ParseCms(const std::string& der)
-{
-    const auto* cursor = reinterpret_cast<const unsigned char*>(der.data());
-    return CmsPtr(d2i_CMS_ContentInfo(nullptr, &cursor, static_cast<long>(der.size())));
-}
-
-CMS_SignerInfo* OnlySigner(CMS_ContentInfo& cms)
-{
-    STACK_OF(CMS_SignerInfo)* signers = CMS_get0_SignerInfos(&cms);
-    return sk_CMS_SignerInfo_num(signers) == 1 ? sk_CMS_SignerInfo_value(signers, 0) : nullptr;
-}
-
-/// The values of every time-stamp token attribute of the file's signer.
-std::vector<std::string> EmbeddedTokens(const std::string& file)
-{
-    const CmsPtr cms = ParseCms(SignatureDer(file));
-    CMS_SignerInfo* signer = cms ? OnlySigner(*cms) : nullptr;
-    if (signer == nullptr) {
-        ADD_FAILURE() << "no lum signature with one signer";
-        return {};
-    }
-    std::vector<std::string> tokens;
-    for (int at = -1;
-         (at = CMS_unsigned_get_attr_by_NID(signer, NID_id_smime_aa_timeStampToken, at)) >= 0;) {
-        X509_ATTRIBUTE* attribute = CMS_unsigned_get_attr(signer, at);
-        for (int i = 0; i < X509_ATTRIBUTE_count(attribute); ++i) {
-            const ASN1_TYPE* value = X509_ATTRIBUTE_get0_type(attribute, i);
-            EXPECT_EQ(value->type, V_ASN1_SEQUENCE);
-            const ASN1_STRING* sequence = value->value.sequence;
-            tokens.emplace_back(reinterpret_cast<const char*>(ASN1_STRING_get0_data(sequence)),
-                                static_cast<std::size_t>(ASN1_STRING_length(sequence)));
-        }
-    }
-    return tokens;
+    return {bytes.begin(), bytes.end()};
 }
 
 std::string Hex(const unsigned char* bytes, std::size_t size)
@@ -117,21 +70,22 @@ std::string Hex(const unsigned char* bytes, std::size_t size)
     return text;
 }
 
-/// The signer's signature value, hex, and its SHA-256 digest, hex.
-std::pair<std::string, std::string> SignatureValue(const std::string& file)
+/// SHA-256, hex, of the signer's signature value: the imprint of its tokens.
+std::string Imprint(const std::string& file)
 {
-    const CmsPtr cms = ParseCms(SignatureDer(file));
-    CMS_SignerInfo* signer = cms ? OnlySigner(*cms) : nullptr;
-    if (signer == nullptr) {
-        ADD_FAILURE() << "no lum signature with one signer";
-        return {};
-    }
-    const ASN1_OCTET_STRING* value = CMS_SignerInfo_get0_signature(signer);
+    const Blob value = pki::SignatureValue(pki::ToBlob(file));
     unsigned char digest[32];
-    SHA256(ASN1_STRING_get0_data(value), static_cast<std::size_t>(ASN1_STRING_length(value)),
-           digest);
-    return {Hex(ASN1_STRING_get0_data(value), static_cast<std::size_t>(ASN1_STRING_length(value))),
-            Hex(digest, sizeof digest)};
+    SHA256(value.data(), value.size(), digest);
+    return Hex(digest, sizeof digest);
+}
+
+std::vector<std::string> EmbeddedTokens(const std::string& file)
+{
+    std::vector<std::string> tokens;
+    for (const Blob& token : pki::EmbeddedTokens(pki::ToBlob(file))) {
+        tokens.push_back(Text(token));
+    }
+    return tokens;
 }
 
 /// DER of a SEQUENCE holding `body`.
@@ -191,38 +145,6 @@ std::string ResignedReply(const std::string& reply, const pki::Certificate& cert
     return Sequence(Sequence(std::string("\x02\x01\x00", 3)) + tokenDer);
 }
 
-/// A reply to the request in `query` by the demo TSA, dated a day ahead.
-std::string ReplyFromTomorrow(const std::string& query)
-{
-    const auto certificate = pki::Certificate::FromPem(ReadFile(Demo("regular/tsa.pem")));
-    const auto key = pki::Key::FromPem(ReadFile(Demo("regular/tsa.key")));
-    const std::unique_ptr<TS_RESP_CTX, Deleter<TS_RESP_CTX, TS_RESP_CTX_free>> context(
-        TS_RESP_CTX_new());
-    const std::unique_ptr<ASN1_OBJECT, Deleter<ASN1_OBJECT, ASN1_OBJECT_free>> policy(
-        OBJ_txt2obj("1.2.3.4.1", 1));
-    TS_RESP_CTX_set_signer_cert(context.get(), certificate.get());
-    TS_RESP_CTX_set_signer_key(context.get(), key.get());
-    TS_RESP_CTX_set_def_policy(context.get(), policy.get());
-    TS_RESP_CTX_add_md(context.get(), EVP_sha256());
-    TS_RESP_CTX_set_time_cb(
-        context.get(),
-        [](TS_RESP_CTX*, void*, long* seconds, long* microseconds) {
-            *seconds = static_cast<long>(std::time(nullptr)) + 86400;
-            *microseconds = 0;
-            return 1;
-        },
-        nullptr);
-    const BioPtr request(BIO_new_mem_buf(query.data(), static_cast<int>(query.size())));
-    const TsRespPtr reply(TS_RESP_create_response(context.get(), request.get()));
-    unsigned char* der = nullptr;
-    const int size = reply ? i2d_TS_RESP(reply.get(), &der) : -1;
-    EXPECT_GT(size, 0);
-    const std::string bytes(reinterpret_cast<const char*>(der),
-                            static_cast<std::size_t>(std::max(size, 0)));
-    OPENSSL_free(der);
-    return bytes;
-}
-
 class TimestampTest : public ::testing::Test {
 protected:
     TimestampTest()
@@ -264,10 +186,12 @@ protected:
         ASSERT_TRUE(bytes.starts_with(kContent));
         EXPECT_TRUE(bytes.ends_with(std::string("\0LUMSIG\1", 8)));
         EXPECT_EQ(EmbeddedTokens(bytes), std::vector<std::string>{token});
-        EXPECT_EQ(SignatureValue(bytes), SignatureValue(signed_)) << "the signature is kept";
+        EXPECT_EQ(pki::SignatureValue(pki::ToBlob(bytes)),
+                  pki::SignatureValue(pki::ToBlob(signed_)))
+            << "the signature is kept";
 
         const Path der = scratch_ / "embedded.der";
-        WriteFile(der, SignatureDer(bytes));
+        WriteFile(der, Text(pki::SignatureDer(pki::ToBlob(bytes))));
         WriteFile(scratch_ / "content", kContent);
         const ProcessResult verified =
             RunOpenSsl({"cms", "-verify", "-binary", "-inform", "DER", "-in", der.string(),
@@ -279,7 +203,7 @@ protected:
         WriteFile(embedded, EmbeddedTokens(bytes).at(0));
         const ProcessResult stamped =
             RunOpenSsl({"ts", "-verify", "-in", embedded.string(), "-token_in", "-digest",
-                        SignatureValue(bytes).second, "-CAfile", Demo("regular/tsa-root.pem")});
+                        Imprint(bytes), "-CAfile", Demo("regular/tsa-root.pem")});
         EXPECT_THAT(stamped.out, HasSubstr("Verification: OK")) << stamped.err;
     }
 
@@ -330,7 +254,7 @@ TEST_F(TimestampTest, QueryIsTheOneOpensslTsWouldWrite)
         TS_MSG_IMPRINT_get_msg(TS_REQ_get_msg_imprint(request.get()));
     EXPECT_EQ(
         Hex(ASN1_STRING_get0_data(imprint), static_cast<std::size_t>(ASN1_STRING_length(imprint))),
-        SignatureValue(signed_).second);
+        Imprint(signed_));
 
     const Path again = scratch_ / "again.tsq";
     Query(file_, again);
@@ -422,14 +346,14 @@ TEST_F(TimestampTest, RefusalsNameTheProblemAndChangeNothing)
     Reply(path("other.tsq"), path("other.tsr"));
 
     // A request without nonce for the same imprint.
-    ASSERT_EQ(RunOpenSsl({"ts", "-query", "-digest", SignatureValue(signed_).second, "-sha256",
-                          "-no_nonce", "-cert", "-out", path("no-nonce.tsq")})
+    ASSERT_EQ(RunOpenSsl({"ts", "-query", "-digest", Imprint(signed_), "-sha256", "-no_nonce",
+                          "-cert", "-out", path("no-nonce.tsq")})
                   .exitStatus,
               0);
     Reply(path("no-nonce.tsq"), path("no-nonce.tsr"));
     // One that does not ask for the TSA's certificate.
-    ASSERT_EQ(RunOpenSsl({"ts", "-query", "-digest", SignatureValue(signed_).second, "-sha256",
-                          "-out", path("no-cert.tsq")})
+    ASSERT_EQ(RunOpenSsl({"ts", "-query", "-digest", Imprint(signed_), "-sha256", "-out",
+                          path("no-cert.tsq")})
                   .exitStatus,
               0);
     Reply(path("no-cert.tsq"), path("no-cert.tsr"));
@@ -480,7 +404,9 @@ TEST_F(TimestampTest, RefusalsNameTheProblemAndChangeNothing)
     std::string forged = reply;
     forged.back() = static_cast<char>(forged.back() ^ 0x01);
     WriteFile(path("forged.tsr"), forged);
-    WriteFile(path("tomorrow.tsr"), ReplyFromTomorrow(ReadFile(path("query.tsq"))));
+    std::vector<std::string> tomorrow = tsa_.ReplyCommand(path("query.tsq"), path("tomorrow.tsr"));
+    tomorrow.insert(tomorrow.begin(), {"faketime", "-f", "+1d"});
+    ASSERT_EQ(RunHostProcess(tomorrow, scratch_.path().string()).exitStatus, 0);
     WriteFile(path("garbage.tsr"), "not a reply");
 
     // Files no token can go into.
@@ -514,23 +440,14 @@ TEST_F(TimestampTest, RefusalsNameTheProblemAndChangeNothing)
         {"Time-stamp token of " + path("forged.tsr") + " does not verify", embed("forged.tsr")},
         {"in the future", embed("tomorrow.tsr")},
         {"Can't read time-stamp reply " + path("garbage.tsr"), embed("garbage.tsr")},
-        {"Can't read time-stamp request " + path("reply.tsr"),
-         embed("reply.tsr", {"--tsa-query", path("reply.tsr")})},
         {path("unsigned.xml") + " has no lum signature",
          {"--tsa-query", output, path("unsigned.xml")}},
         {path("vorn2.xml") + " has a vorn2 signature; only lum signatures",
          {"--tsa-query", output, path("vorn2.xml")}},
-        {"has a vorn2 signature", {"--tsa-reply", path("reply.tsr"), path("vorn2.xml")}},
         // The command line of the three modes.
         {"Option --tsa-query can't be used with --tsa-url",
          {"--tsa-url", "http://127.0.0.1:9/", "--tsa-query", path("query.tsq"), file}},
-        {"Option --output can't be used with --tsa-query",
-         {"--tsa-query", path("new.tsq"), "--output", output, file}},
-        {"Option --key can't be used with --tsa-reply",
-         {"--tsa-reply", path("reply.tsr"), "--key", Demo("regular/leaf.key"), file}},
-        {"Give only one of", {"--type", "lum", "--tsa-query", path("new.tsq"), file}},
         {"Give exactly one signed FILE", {"--tsa-query", path("new.tsq")}},
-        {"Give exactly one signed FILE", {"--tsa-url", "http://127.0.0.1:9/", file, file}},
     };
     for (const auto& refused : cases) {
         ExpectRefused(refused.arguments, refused.message);

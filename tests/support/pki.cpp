@@ -212,6 +212,7 @@ namespace {
 
 struct ParsedSignature {
     std::size_t contentSize = 0;
+    std::span<const std::uint8_t> der;
     std::unique_ptr<CMS_ContentInfo, decltype(&CMS_ContentInfo_free)> cms{nullptr,
                                                                           CMS_ContentInfo_free};
     CMS_SignerInfo* signerInfo = nullptr;
@@ -226,6 +227,7 @@ ParsedSignature ParseSignature(std::span<const std::uint8_t> file)
     }
     ParsedSignature parsed;
     parsed.contentSize = static_cast<std::size_t>(layout->contentSize);
+    parsed.der = file.subspan(parsed.contentSize, layout->derSize);
     const unsigned char* cursor = file.data() + parsed.contentSize;
     parsed.cms.reset(Check(d2i_CMS_ContentInfo(nullptr, &cursor, layout->derSize), "d2i_CMS"));
     parsed.signerInfo =
@@ -240,6 +242,32 @@ Blob SignatureValue(std::span<const std::uint8_t> signedFile)
     const ParsedSignature parsed = ParseSignature(signedFile);
     const ASN1_OCTET_STRING* value = CMS_SignerInfo_get0_signature(parsed.signerInfo);
     return {ASN1_STRING_get0_data(value), ASN1_STRING_get0_data(value) + ASN1_STRING_length(value)};
+}
+
+Blob SignatureDer(std::span<const std::uint8_t> signedFile)
+{
+    const ParsedSignature parsed = ParseSignature(signedFile);
+    return {parsed.der.begin(), parsed.der.end()};
+}
+
+std::vector<Blob> EmbeddedTokens(std::span<const std::uint8_t> signedFile)
+{
+    const ParsedSignature parsed = ParseSignature(signedFile);
+    std::vector<Blob> tokens;
+    for (int at = -1; (at = CMS_unsigned_get_attr_by_NID(
+                           parsed.signerInfo, NID_id_smime_aa_timeStampToken, at)) >= 0;) {
+        X509_ATTRIBUTE* attribute = CMS_unsigned_get_attr(parsed.signerInfo, at);
+        for (int i = 0; i < X509_ATTRIBUTE_count(attribute); ++i) {
+            const ASN1_TYPE* value = X509_ATTRIBUTE_get0_type(attribute, i);
+            if (value->type != V_ASN1_SEQUENCE) {
+                throw std::runtime_error("pki: a token that is not a SEQUENCE");
+            }
+            const ASN1_STRING* sequence = value->value.sequence;
+            tokens.emplace_back(ASN1_STRING_get0_data(sequence),
+                                ASN1_STRING_get0_data(sequence) + ASN1_STRING_length(sequence));
+        }
+    }
+    return tokens;
 }
 
 Blob EmbedToken(std::span<const std::uint8_t> signedFile, std::span<const std::uint8_t> token)

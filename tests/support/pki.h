@@ -89,6 +89,10 @@ Blob SignLum(std::span<const std::uint8_t> content, const Certificate& signer, c
 /// The signature value of the one SignerInfo of a "lum" signed file: what
 /// a time-stamp token's imprint covers.
 Blob SignatureValue(std::span<const std::uint8_t> signedFile);
+/// The CMS DER of a "lum" signed file.
+Blob SignatureDer(std::span<const std::uint8_t> signedFile);
+/// The values (DER) of every id-aa-timeStampToken attribute of its SignerInfo.
+std::vector<Blob> EmbeddedTokens(std::span<const std::uint8_t> signedFile);
 /// `signedFile` with `token` (DER, any bytes) as the SignerInfo's unsigned
 /// id-aa-timeStampToken attribute, checked by nothing: for tokens a careful
 /// signing tool would refuse to embed.
