@@ -7,6 +7,7 @@ namespace {
 std::vector<Blob> Copy(const std::vector<std::span<const std::uint8_t>>& files)
 {
     std::vector<Blob> roots;
+    roots.reserve(files.size());
     for (const std::span<const std::uint8_t> root : files) {
         roots.emplace_back(root.begin(), root.end());
     }
