@@ -8,6 +8,7 @@
 #include <openssl/pem.h>
 #include <openssl/x509.h>
 
+#include "sign_tool.h"
 #include "support/pki.h"
 #include "support/process.h"
 #include "support/temp_dir.h"
@@ -19,30 +20,12 @@
 namespace integrity_check_tool::test {
 namespace {
 
-using Arguments = std::vector<std::string>;
 using ::testing::HasSubstr;
 
 // CR LF pairs catch a signature over canonicalised text instead of the bytes.
 const std::string kContent =
     "<?xml version=\"1.0\"?>\r\n<manifest>\n  <file path=\"bin/agent\"/>\r\n</manifest>\n";
 const std::string kVorn2Trailer("\x00VORN2SG", 8);
-
-ProcessResult RunSign(const Arguments& arguments)
-{
-    return RunProcess(ICT_SIGN_PATH, arguments);
-}
-
-ProcessResult RunOpenSsl(Arguments arguments)
-{
-    arguments.insert(arguments.begin(), "openssl");
-    return RunHostProcess(arguments);
-}
-
-/// A committed demo file, e.g. Demo("regular/leaf.pem").
-std::string Demo(const std::string& relative)
-{
-    return std::string(ICT_DEMO_PKI_DIR) + "/" + relative;
-}
 
 Arguments Concat(Arguments front, const Arguments& back)
 {

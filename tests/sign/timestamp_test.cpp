@@ -13,6 +13,7 @@
 #include <openssl/sha.h>
 #include <openssl/ts.h>
 
+#include "sign_tool.h"
 #include "support/pki.h"
 #include "support/process.h"
 #include "support/temp_dir.h"
@@ -25,26 +26,9 @@
 namespace integrity_check_tool::test {
 namespace {
 
-using Arguments = std::vector<std::string>;
 using ::testing::HasSubstr;
 
 const std::string kContent = "<manifest>\r\n  <file path=\"bin/agent\"/>\n</manifest>\n";
-
-ProcessResult RunSign(const Arguments& arguments)
-{
-    return RunProcess(ICT_SIGN_PATH, arguments);
-}
-
-ProcessResult RunOpenSsl(Arguments arguments)
-{
-    arguments.insert(arguments.begin(), "openssl");
-    return RunHostProcess(arguments);
-}
-
-std::string Demo(const std::string& relative)
-{
-    return std::string(ICT_DEMO_PKI_DIR) + "/" + relative;
-}
 
 template <class T, void (*Free)(T*)> struct Deleter {
     void operator()(T* p) const { Free(p); }

@@ -31,22 +31,11 @@ CMS_SignerInfo* SoleSignerInfo(CMS_ContentInfo* cms)
     return sk_CMS_SignerInfo_value(signerInfos, 0);
 }
 
-const EVP_MD* SupportedDigest(CMS_SignerInfo& signerInfo)
+const EVP_MD* SignerDigest(CMS_SignerInfo& signerInfo)
 {
     X509_ALGOR* algorithm = nullptr;
     CMS_SignerInfo_get0_algs(&signerInfo, nullptr, nullptr, &algorithm, nullptr);
-    const ASN1_OBJECT* oid = nullptr;
-    X509_ALGOR_get0(&oid, nullptr, nullptr, algorithm);
-    switch (OBJ_obj2nid(oid)) {
-    case NID_sha256:
-        return EVP_sha256();
-    case NID_sha384:
-        return EVP_sha384();
-    case NID_sha512:
-        return EVP_sha512();
-    default:
-        return nullptr;
-    }
+    return algorithm != nullptr ? SupportedDigest(*algorithm) : nullptr;
 }
 
 /// The value of a signed attribute that occurs once with one value of `type`.
@@ -159,7 +148,7 @@ std::int32_t LumSignatureVerifierImpl::Verify(ByteSpan object, const RequiredAtt
     }
     result.AddFlags(flags::kSigned);
 
-    const EVP_MD* digest = SupportedDigest(*signerInfo);
+    const EVP_MD* digest = SignerDigest(*signerInfo);
     const auto* messageDigest = SignedAttribute<ASN1_OCTET_STRING>(
         *signerInfo, OBJ_nid2obj(NID_pkcs9_messageDigest), V_ASN1_OCTET_STRING);
     const auto* contentType = SignedAttribute<ASN1_OBJECT>(

@@ -55,27 +55,11 @@ bool ToTimeT(const ASN1_TIME& time, std::time_t& seconds)
     return true;
 }
 
-const EVP_MD* ImprintDigest(const X509_ALGOR& algorithm)
-{
-    const ASN1_OBJECT* oid = nullptr;
-    X509_ALGOR_get0(&oid, nullptr, nullptr, &algorithm);
-    switch (OBJ_obj2nid(oid)) {
-    case NID_sha256:
-        return EVP_sha256();
-    case NID_sha384:
-        return EVP_sha384();
-    case NID_sha512:
-        return EVP_sha512();
-    default:
-        return nullptr;
-    }
-}
-
 /// Whether the imprint is the hash of the signature value (RFC 3161, Appendix A).
 bool ImprintMatches(TS_MSG_IMPRINT& imprint, CMS_SignerInfo& signerInfo)
 {
     const X509_ALGOR* algorithm = TS_MSG_IMPRINT_get_algo(&imprint);
-    const EVP_MD* digest = algorithm != nullptr ? ImprintDigest(*algorithm) : nullptr;
+    const EVP_MD* digest = algorithm != nullptr ? SupportedDigest(*algorithm) : nullptr;
     const ASN1_OCTET_STRING* expected = TS_MSG_IMPRINT_get_msg(&imprint);
     const ASN1_OCTET_STRING* signature = CMS_SignerInfo_get0_signature(&signerInfo);
     if (digest == nullptr || expected == nullptr || signature == nullptr) {

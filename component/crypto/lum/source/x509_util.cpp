@@ -3,6 +3,9 @@
 #include <climits>
 #include <ctime>
 
+#include <openssl/evp.h>
+#include <openssl/objects.h>
+
 namespace crypto::lum {
 
 namespace {
@@ -48,6 +51,22 @@ Bytes SerialMagnitude(const X509& certificate)
     Bytes bytes(static_cast<std::size_t>(BN_num_bytes(serial.get())));
     BN_bn2bin(serial.get(), bytes.data());
     return bytes;
+}
+
+const EVP_MD* SupportedDigest(const X509_ALGOR& algorithm)
+{
+    const ASN1_OBJECT* oid = nullptr;
+    X509_ALGOR_get0(&oid, nullptr, nullptr, &algorithm);
+    switch (OBJ_obj2nid(oid)) {
+    case NID_sha256:
+        return EVP_sha256();
+    case NID_sha384:
+        return EVP_sha384();
+    case NID_sha512:
+        return EVP_sha512();
+    default:
+        return nullptr;
+    }
 }
 
 std::string Hex(ByteSpan bytes)

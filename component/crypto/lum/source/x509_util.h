@@ -22,6 +22,9 @@ CmsPtr ParseCms(ByteSpan der);
 /// The big-endian magnitude of the certificate's serial number (the
 /// hierarchy identifier when the certificate is a root).
 Bytes SerialMagnitude(const X509& certificate);
+/// The digest an algorithm identifier names when it is one we accept
+/// (SHA-256, SHA-384, SHA-512); nullptr otherwise.
+const EVP_MD* SupportedDigest(const X509_ALGOR& algorithm);
 /// Upper-case hex of `bytes`.
 std::string Hex(ByteSpan bytes);
 /// Depths of the certificates of `chain` (leaf first, root last) that `crl`
