@@ -20,6 +20,7 @@
 #include "sign/gost_signer.h"
 #include "signature/gost_key_set.h"
 #include "signature/lum_verifier.h"
+#include "tracer.h"
 #include "signature/vorn2_verifier.h"
 
 namespace integrity_check_tool::vorn {
