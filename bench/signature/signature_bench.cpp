@@ -20,8 +20,8 @@
 #include "sign/gost_signer.h"
 #include "signature/gost_key_set.h"
 #include "signature/lum_verifier.h"
-#include "tracer.h"
 #include "signature/vorn2_verifier.h"
+#include "tracer.h"
 
 namespace integrity_check_tool::vorn {
 namespace {
