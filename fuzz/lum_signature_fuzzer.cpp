@@ -34,7 +34,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 {
     using namespace crypto::lum;
     static const ILumSignatureVerifierPtr verifier = MakeVerifier();
-    static const Bytes fileName = FileNameToBmp("manifest.xml");
+    static const Bytes fileName = *FileNameToBmp("manifest.xml");
     const ByteSpan object(data, size);
 
     ILumSignatureVerificationResultPtr result;

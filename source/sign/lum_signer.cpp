@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <optional>
 #include <vector>
 
 #include <lum/format.h>
@@ -75,7 +76,11 @@ Blob LumSigner::Sign(std::span<const std::uint8_t> content, const std::string& f
         fail();
     }
     if (withFileName_) {
-        const Blob name = crypto::lum::FileNameToBmp(fileName);
+        const std::optional<Blob> bmp = crypto::lum::FileNameToBmp(fileName);
+        if (!bmp) {
+            ICT_THROW(messages::kNameNotUtf8, fileName);
+        }
+        const Blob& name = *bmp;
         const Asn1ObjectPtr oid(OBJ_txt2obj(crypto::lum::FileNameAttributeOid(), 1));
         if (!oid || name.size() > static_cast<std::size_t>(std::numeric_limits<int>::max()) ||
             CMS_signed_add1_attr_by_OBJ(signer, oid.get(), V_ASN1_BMPSTRING, name.data(),

@@ -49,6 +49,9 @@ inline constexpr const char* kAlreadySigned =
 inline constexpr const char* kMalformedSignature =
     "File %1% ends in a malformed %2% signature; it can't be replaced";
 inline constexpr const char* kSigningFailed = "Can't sign %1%: %2%";
+inline constexpr const char* kNameNotUtf8 =
+    "Can't sign %1% with lum-with-filename: its name is not valid UTF-8, and the signature "
+    "binds the name exactly";
 inline constexpr const char* kSignatureTooLarge = "Signature of %1% is too large";
 
 // Revocation

@@ -1,6 +1,7 @@
 #include "signature/lum_verifier.h"
 
 #include <limits>
+#include <optional>
 
 #include <boost/filesystem/operations.hpp>
 #include <lum/flags.h>
@@ -88,6 +89,11 @@ void LumSignatureVerifier::Verify(const Path& file, Blob& content) const
     // swapping it after the check cannot smuggle in other content.
     Blob data = ReadWholeStream(*io);
 
+    std::optional<Blob> name;
+    if (withFileName_ && !(name = crypto::lum::FileNameToBmp(FileName(file)))) {
+        ICT_THROW("Can't verify LUM signature of file %1%: its name is not valid UTF-8",
+                  file.string());
+    }
     crypto::lum::ILumSignatureVerifierPtr verifier;
     if (zel::Failed(
             crypto::lum::LumCreateVerifier(GetTracer(), roots_, tsaRoots_, crl_, verifier)) ||
@@ -97,8 +103,7 @@ void LumSignatureVerifier::Verify(const Path& file, Blob& content) const
     crypto::lum::ILumSignatureVerificationResultPtr result;
     const std::int32_t status = withFileName_
                                     ? verifier->VerifyObjectWithAdditionalContent(
-                                          data, crypto::lum::FileNameAttributeOid(),
-                                          crypto::lum::FileNameToBmp(FileName(file)), result)
+                                          data, crypto::lum::FileNameAttributeOid(), *name, result)
                                     : verifier->VerifyObject(data, result);
     if (status != crypto::lum::lumOk) {
         Trace(kTraceError, "LUM signature of file %1% is not OK", file.string());

@@ -256,6 +256,16 @@ TEST_F(SignatureTest, FileNameBindingFollowsTheSignatureType)
     EXPECT_TRUE(
         Failed(Check(renamed, bound), "Can't verify LUM signature of file " + renamed.string()));
     EXPECT_TRUE(Succeeded(Check(renamed, {"--signature-type", "lum"})));
+    // Names that are not UTF-8 bind nothing: replacing their bad bytes
+    // would let one signature cover "a\xff.xml" and "a\xfe.xml" alike.
+    const Path bad = dir_ / "product/a\xff.xml";
+    WriteFile(bad, content_);
+    EXPECT_TRUE(Failed(Sign("regular", bad, {"--type", "lum-with-filename"}),
+                       "Can't sign a\xff.xml with lum-with-filename: its name is not valid UTF-8"));
+    boost::filesystem::copy_file(Manifest(), bad,
+                                 boost::filesystem::copy_options::overwrite_existing);
+    EXPECT_TRUE(Failed(Check(bad, bound), "Can't verify LUM signature of file " + bad.string() +
+                                              ": its name is not valid UTF-8"));
     // A plain "lum" signature carries no name, so the binding refuses it.
     ASSERT_TRUE(Succeeded(Sign("regular", Manifest(), {"--type", "lum", "--replace"})));
     EXPECT_TRUE(Failed(Check(Manifest(), bound)));

@@ -51,7 +51,7 @@ protected:
         ILumSignatureVerificationResultPtr result;
         outcome.result =
             fileName ? verifier->VerifyObjectWithAdditionalContent(object, FileNameAttributeOid(),
-                                                                   FileNameToBmp(fileName), result)
+                                                                   *FileNameToBmp(fileName), result)
                      : verifier->VerifyObject(object, result);
         std::uint64_t size = 0;
         EXPECT_TRUE(result && result->GetFlags(&outcome.flags) == lumOk);
@@ -130,7 +130,7 @@ TEST_F(LumVerifierTest, ReportsEachFaultWithItsResultAndFlags)
     const auto paddedTrailer = MakeTrailer(static_cast<std::uint32_t>(der.size() + 1));
     padded.insert(padded.end(), paddedTrailer.begin(), paddedTrailer.end());
 
-    const pki::SignOptions named{.fileNameAttribute = FileNameToBmp("manifest.xml")};
+    const pki::SignOptions named{.fileNameAttribute = *FileNameToBmp("manifest.xml")};
     const std::uint32_t malformed = flags::kMalformedContent;
     const std::uint32_t notMatched = flags::kSigned | flags::kSignatureValueNotMatched;
 
@@ -162,7 +162,7 @@ TEST_F(LumVerifierTest, ReportsEachFaultWithItsResultAndFlags)
         {"file name differs", regular_->Sign(content_, named), "manifest.xm", lumErrNotMatched,
          notMatched},
         {"file name under another OID",
-         regular_->Sign(content_, {.fileNameAttribute = FileNameToBmp("manifest.xml"),
+         regular_->Sign(content_, {.fileNameAttribute = *FileNameToBmp("manifest.xml"),
                                    .fileNameOid = "1.3.6.1.4.1.32473.1800.1.1.2"}),
          "manifest.xml", lumErrNotMatched, notMatched},
     };

@@ -51,7 +51,7 @@ const char* FileNameAttributeOid()
     return "1.3.6.1.4.1." ICT_STRINGIFY(ICT_LUM_ENTERPRISE_NUMBER) ".1800.1.1.1";
 }
 
-Bytes FileNameToBmp(std::string_view name)
+std::optional<Bytes> FileNameToBmp(std::string_view name)
 {
     Bytes out;
     out.reserve(name.size() * 2);
@@ -78,9 +78,7 @@ Bytes FileNameToBmp(std::string_view name)
         valid = valid && code >= kMinimum[length] && code <= 0x10FFFF &&
                 (code < 0xD800 || code > 0xDFFF);
         if (!valid) {
-            AppendUtf16(out, 0xFFFD);
-            ++i;
-            continue;
+            return std::nullopt;
         }
         if (code >= 0x10000) {
             AppendUtf16(out, 0xD800 + ((code - 0x10000) >> 10));

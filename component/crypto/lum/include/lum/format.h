@@ -37,8 +37,9 @@ std::array<std::uint8_t, kTrailerSize> MakeTrailer(std::uint32_t derSize);
 const char* FileNameAttributeOid();
 
 /// A file name (UTF-8 bytes) as the big-endian UTF-16 content of the
-/// attribute's BMPString; invalid UTF-8 bytes become U+FFFD.
-Bytes FileNameToBmp(std::string_view name);
+/// attribute's BMPString; nullopt when the name is not valid UTF-8, since
+/// replacing bad bytes would let one signature bind several names.
+std::optional<Bytes> FileNameToBmp(std::string_view name);
 
 /// Revocation container "lumcrl.rdb": magic, a 4-byte big-endian count, and
 /// per database a length-prefixed hierarchy identifier (the big-endian
