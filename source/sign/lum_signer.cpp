@@ -5,6 +5,7 @@
 #include <optional>
 #include <vector>
 
+#include <lum/chain_policy.h>
 #include <lum/format.h>
 #include <openssl/err.h>
 #include <openssl/objects.h>
@@ -34,6 +35,22 @@ bool IsCodeSigning(X509* certificate)
            (X509_get_extended_key_usage(certificate) & XKU_CODE_SIGN) != 0;
 }
 
+/// Refuses what the checker would: weak keys and signatures anywhere in the
+/// chain, a CA as signer, an intermediate not for code signing.
+void CheckPolicy(X509& certificate, crypto::lum::ChainPosition position, const std::string& path)
+{
+    std::vector<crypto::lum::PolicyViolation> violations =
+        crypto::lum::StrengthViolations(certificate, position);
+    const std::vector<crypto::lum::PolicyViolation> codeSigning =
+        crypto::lum::CodeSigningViolations(certificate, position);
+    violations.insert(violations.end(), codeSigning.begin(), codeSigning.end());
+    if (!violations.empty()) {
+        char subject[256];
+        X509_NAME_oneline(X509_get_subject_name(&certificate), subject, sizeof subject);
+        ICT_THROW(messages::kRefusedCertificate, subject, path, violations.front().reason);
+    }
+}
+
 }  // namespace
 
 LumSigner::LumSigner(const SignOptions& options)
@@ -54,6 +71,15 @@ LumSigner::LumSigner(const SignOptions& options)
     }
     if (!chain_ || digest_ == nullptr) {
         ICT_THROW(messages::kOpenSslFailed, TakeOpenSslError());
+    }
+    CheckPolicy(*certificate_, crypto::lum::ChainPosition::Leaf, certificatePath);
+    for (int i = 0; i < sk_X509_num(chain_.get()); ++i) {
+        X509& certificate = *sk_X509_value(chain_.get(), i);
+        if (X509_cmp(&certificate, certificate_.get()) != 0) {
+            // Anywhere above the leaf: the file's order is not the chain's.
+            CheckPolicy(certificate, crypto::lum::PositionInChain(certificate, 1),
+                        options.chain->string());
+        }
     }
 }
 

@@ -17,8 +17,9 @@ using crypto::X509Ptr;
 class LumSigner final : public ISigner {
 public:
     /// Loads the key, the certificate and the chain; throws Exception when
-    /// one can't be read, the key does not match the certificate or the
-    /// certificate is not for code signing.
+    /// one can't be read, the key does not match the certificate, the
+    /// certificate is not for code signing or one of them breaks the
+    /// checker's chain policy (lum/chain_policy.h).
     explicit LumSigner(const SignOptions& options);
 
     Blob Sign(std::span<const std::uint8_t> content, const std::string& fileName) const override;

@@ -44,6 +44,7 @@ inline constexpr const char* kKeyExists =
 inline constexpr const char* kKeyDoesNotMatch = "Private key %1% does not match certificate %2%";
 inline constexpr const char* kNotCodeSigning =
     "Certificate %1% is not for code signing: it lacks the codeSigning extended key usage";
+inline constexpr const char* kRefusedCertificate = "Can't sign with certificate %1% from %2%: %3%";
 inline constexpr const char* kAlreadySigned =
     "File %1% already has a %2% signature; use --replace to replace it";
 inline constexpr const char* kMalformedSignature =

@@ -1,6 +1,8 @@
 // Signed manifests end to end: integrity_sign (or stock openssl) signs,
 // the checker and the tester verify against their compiled-in demo roots.
 
+#include <map>
+
 #include <boost/filesystem/operations.hpp>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -165,6 +167,38 @@ TEST_F(SignatureTest, CertificateProblemsNameTheirFlags)
         WriteFile(Manifest(), Text(pki::SignLum(pki::ToBlob(content_), demo.IssueLeaf(options, key),
                                                 key, {demo.intermediate})));
         EXPECT_THAT(Flags(Check(Manifest()), Manifest()), ::testing::HasSubstr(c.flag)) << c.name;
+    }
+}
+
+TEST_F(SignatureTest, WeakKeysAndSignaturesAndMisplacedCertificatesAreRefused)
+{
+    const std::map<std::string, std::string> expected = {
+        {"RSA-512 signer", "|Signed|RevocationCheckSkipped|InvalidCertificateSign|"},
+        {"P-224 signer", "|Signed|RevocationCheckSkipped|InvalidCertificateSign|"},
+        {"RSA-1024 intermediate", "|Signed|RevocationCheckSkipped|InvalidCertificateSign|"},
+        {"ECDSA-SHA1 signer", "|Signed|RevocationCheckSkipped|InvalidCertificateSign|"},
+        {"RSA-MD5 signer", "|Signed|RevocationCheckSkipped|InvalidCertificateSign|"},
+        {"SHA-1 intermediate", "|Signed|RevocationCheckSkipped|InvalidCertificateSign|"},
+        {"CA signer", "|Signed|RevocationCheckSkipped|InvalidBasicContraints|"},
+        {"serverAuth intermediate", "|Signed|RevocationCheckSkipped|InvalidPurpose|"},
+    };
+    const auto signers = pki::PolicyBreakingSigners(DemoHierarchy("regular"));
+    ASSERT_EQ(signers.size(), expected.size());
+    for (const pki::Signer& signer : signers) {
+        SCOPED_TRACE(signer.name);
+        WriteFile(Manifest(), Text(pki::SignLum(pki::ToBlob(content_), signer.certificate,
+                                                signer.key, signer.chain)));
+        EXPECT_EQ(Flags(Check(Manifest()), Manifest()), expected.at(signer.name));
+    }
+    // Weak digests in the CMS itself, with the demo leaf.
+    const pki::Hierarchy demo = DemoHierarchy("regular");
+    for (const auto& [digest, signatureAlgorithm] :
+         {std::pair{"SHA1", ""}, std::pair{"SHA256", "ecdsa-with-SHA1"}}) {
+        SCOPED_TRACE(std::string(digest) + " " + signatureAlgorithm);
+        WriteFile(Manifest(),
+                  Text(demo.Sign(pki::ToBlob(content_),
+                                 {.digest = digest, .signatureAlgorithm = signatureAlgorithm})));
+        EXPECT_EQ(Flags(Check(Manifest()), Manifest()), "|Signed|MalformedContent|");
     }
 }
 

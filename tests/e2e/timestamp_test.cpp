@@ -113,9 +113,10 @@ protected:
     }
 
     /// A certificate and key made with openssl: issued by `issuer` (self-signed
-    /// when empty) with the extensions of `section` in extensions.cnf.
+    /// when empty) with the extensions of `section` in extensions.cnf, signed
+    /// with `digest`.
     void Issue(const std::string& name, const std::string& issuer, const std::string& section,
-               int days = 3650) const
+               int days = 3650, const std::string& digest = "sha256") const
     {
         WriteFile(Temp("extensions.cnf"), "[tsa]\n"
                                           "basicConstraints = critical, CA:FALSE\n"
@@ -139,8 +140,8 @@ protected:
         Host({"openssl", "req", "-new", "-key", name + ".key", "-subj", "/CN=" + name, "-out",
               name + ".csr"});
         Host({"openssl", "x509", "-req", "-in", name + ".csr", "-CA", issuer + ".pem", "-CAkey",
-              issuer + ".key", "-CAcreateserial", "-days", std::to_string(days), "-extfile",
-              "extensions.cnf", "-extensions", section, "-out", name + ".pem"});
+              issuer + ".key", "-CAcreateserial", "-" + digest, "-days", std::to_string(days),
+              "-extfile", "extensions.cnf", "-extensions", section, "-out", name + ".pem"});
     }
 
     ProcessResult Check(const Path& file, int days = 0, std::vector<std::string> extra = {}) const
@@ -200,10 +201,17 @@ TEST_F(TimestampTest, TokensThatDoNotHoldRefuseTheManifest)
     Issue("foreign-root", "", "ca");
     Issue("foreign", "foreign-root", "tsa");
     Issue("no-usage", "tsa-root", "code");
+    Issue("sha1", "tsa-root", "tsa", 3650, "sha1");
     Sign(Manifest(), DemoPki("regular/leaf.pem"), DemoPki("regular/leaf.key"));
     const std::string signedFile = ReadFile(Manifest());
     const Path query = StockQuery(Manifest(), "good");
     const std::string good = Token(Reply(query));
+    // The TSA's own signature over a SHA-1 digest of its signed attributes.
+    std::vector<std::string> sha1Reply =
+        tsa::OpenSslTsa(dir_.path(), DemoPki("regular/tsa.pem"), DemoPki("regular/tsa.key"))
+            .ReplyCommand(query, Temp("sha1-digest.tsr"));
+    sha1Reply.push_back("-sha1");
+    Host(sha1Reply);
 
     // A token signed with a certificate that lacks the usage: stock openssl
     // cms re-signs the good token's TSTInfo.
@@ -241,6 +249,11 @@ TEST_F(TimestampTest, TokensThatDoNotHoldRefuseTheManifest)
          "|Signed|RevocationCheckSkipped|IncompleteChain|"},
         {"from a certificate without the timeStamping usage", signedFile,
          ReadFile(Temp("no-usage.tok")), "|Signed|RevocationCheckSkipped|InvalidPurpose|"},
+        {"from a TSA certificate signed with SHA-1", signedFile,
+         Token(Reply(query, 0, Temp("sha1.pem").string(), Temp("sha1.key").string())),
+         "|Signed|RevocationCheckSkipped|InvalidCertificateSign|"},
+        {"signed over a SHA-1 digest", signedFile, Token(Temp("sha1-digest.tsr")),
+         "|Signed|RevocationCheckSkipped|MalformedContent|"},
         {"dated in the future", signedFile, Token(Reply(query, 2)),
          "|Signed|RevocationCheckSkipped|Expired|"},
         {"dated before the leaf's notBefore", later,

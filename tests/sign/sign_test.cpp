@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <iterator>
+#include <map>
 
 #include <boost/filesystem/operations.hpp>
 #include <gmock/gmock.h>
@@ -229,6 +230,46 @@ TEST_F(SignToolTest, CrlListsTheSerialsAndTheContainerFilesEachUnderItsRoot)
 
 // Every refusal names its reason, fails, and leaves the file and the
 // directory as they were.
+TEST_F(SignToolTest, CredentialsTheCheckerWouldRefuseAreNotUsed)
+{
+    // Which file holds the certificate at fault, and why.
+    const std::map<std::string, std::pair<bool, std::string>> expected = {
+        {"RSA-512 signer", {false, "its RSA key has 512 bits, fewer than 2048"}},
+        {"P-224 signer", {false, "its EC key has 224 bits, fewer than 256"}},
+        {"RSA-1024 intermediate", {true, "its RSA key has 1024 bits, fewer than 2048"}},
+        {"ECDSA-SHA1 signer", {false, "it is signed with SHA1"}},
+        {"RSA-MD5 signer", {false, "it is signed with MD5"}},
+        {"SHA-1 intermediate", {true, "it is signed with SHA1"}},
+        {"CA signer", {false, "it is a CA certificate (basicConstraints CA:TRUE)"}},
+        {"serverAuth intermediate",
+         {true, "its extended key usage allows neither codeSigning nor anyExtendedKeyUsage"}},
+    };
+    const auto signers = pki::PolicyBreakingSigners(pki::Hierarchy::Make("Policy", 100));
+    ASSERT_EQ(signers.size(), expected.size());
+    const std::string key = (scratch_ / "key.pem").string();
+    const std::string cert = (scratch_ / "cert.pem").string();
+    const std::string chain = (scratch_ / "chain.pem").string();
+    for (const pki::Signer& signer : signers) {
+        SCOPED_TRACE(signer.name);
+        WriteFile(key, signer.key.ToPem());
+        WriteFile(cert, signer.certificate.ToPem());
+        WriteFile(chain, signer.chain.front().ToPem());
+        const auto& [inChain, reason] = expected.at(signer.name);
+        const ProcessResult result =
+            Sign({"--type", "lum", "--key", key, "--cert", cert, "--chain", chain});
+        EXPECT_EQ(result.exitStatus, 1);
+        char subject[256];
+        X509_NAME_oneline(
+            X509_get_subject_name((inChain ? signer.chain.front() : signer.certificate).get()),
+            subject, sizeof subject);
+        EXPECT_THAT(result.err,
+                    HasSubstr("Can't sign with certificate " + std::string(subject) + " from " +
+                              (inChain ? chain : cert) + ": " + reason + "\n"));
+        EXPECT_EQ(ReadFile(input_), kContent);
+        EXPECT_EQ(std::distance(boost::filesystem::directory_iterator(dir_.path()), {}), 1);
+    }
+}
+
 TEST_F(SignToolTest, RefusalsNameTheProblemAndChangeNothing)
 {
     // Files already signed, well or badly.

@@ -54,6 +54,13 @@ template <class T, int (*Encode)(const T*, unsigned char**)> Blob ToDerOf(const 
     return der;
 }
 
+std::string BioText(BIO& bio)
+{
+    char* data = nullptr;
+    const long size = BIO_get_mem_data(&bio, &data);
+    return std::string(data, static_cast<std::size_t>(size));
+}
+
 void AddExtension(X509* certificate, X509V3_CTX& context, const std::string& name,
                   const std::string& value)
 {
@@ -85,7 +92,24 @@ CertificateOptions CaOptions(const std::string& commonName, std::uint64_t serial
 
 Key Key::Generate(Type type)
 {
-    EVP_PKEY* key = type == Type::P256 ? EVP_EC_gen("P-256") : EVP_RSA_gen(2048);
+    EVP_PKEY* key = nullptr;
+    switch (type) {
+    case Type::P256:
+        key = EVP_EC_gen("P-256");
+        break;
+    case Type::P224:
+        key = EVP_EC_gen("P-224");
+        break;
+    case Type::Rsa2048:
+        key = EVP_RSA_gen(2048);
+        break;
+    case Type::Rsa1024:
+        key = EVP_RSA_gen(1024);
+        break;
+    case Type::Rsa512:
+        key = EVP_RSA_gen(512);
+        break;
+    }
     return {std::shared_ptr<EVP_PKEY>(Check(key, "key generation"), EVP_PKEY_free)};
 }
 
@@ -93,6 +117,14 @@ Key Key::FromPem(const std::string& pem)
 {
     EVP_PKEY* key = PEM_read_bio_PrivateKey(ReadBio(ToBlob(pem)).get(), nullptr, nullptr, nullptr);
     return {std::shared_ptr<EVP_PKEY>(Check(key, "PEM_read_bio_PrivateKey"), EVP_PKEY_free)};
+}
+
+std::string Key::ToPem() const
+{
+    const BioPtr bio(Check(BIO_new(BIO_s_mem()), "BIO_new"), BIO_free);
+    Check(PEM_write_bio_PrivateKey(bio.get(), key.get(), nullptr, nullptr, 0, nullptr, nullptr),
+          "PEM_write_bio_PrivateKey");
+    return BioText(*bio);
 }
 
 Certificate Certificate::FromPem(const std::string& pem)
@@ -104,6 +136,13 @@ Certificate Certificate::FromPem(const std::string& pem)
 Blob Certificate::ToDer() const
 {
     return ToDerOf<X509, i2d_X509>(certificate.get());
+}
+
+std::string Certificate::ToPem() const
+{
+    const BioPtr bio(Check(BIO_new(BIO_s_mem()), "BIO_new"), BIO_free);
+    Check(PEM_write_bio_X509(bio.get(), certificate.get()), "PEM_write_bio_X509");
+    return BioText(*bio);
 }
 
 CertificateOptions LeafOptions(const std::string& commonName, std::uint64_t serial)
@@ -141,7 +180,9 @@ Certificate IssueCertificate(const CertificateOptions& options, const Key& subje
     for (const auto& [extension, value] : options.extraExtensions) {
         AddExtension(raw, context, extension, value);
     }
-    Check(X509_sign(raw, issuerKey.get(), EVP_sha256()), "X509_sign");
+    Check(X509_sign(raw, issuerKey.get(),
+                    Check(EVP_get_digestbyname(options.digest.c_str()), "digest")),
+          "X509_sign");
     return {certificate};
 }
 
@@ -194,6 +235,14 @@ Blob SignCms(std::span<const std::uint8_t> content, const Certificate& signer, c
         Check(CMS_add1_cert(cms.get(), certificate.get()), "CMS_add1_cert");
     }
     Check(CMS_final(cms.get(), ReadBio(content).get(), nullptr, mode), "CMS_final");
+    if (!options.signatureAlgorithm.empty()) {
+        X509_ALGOR* algorithm = nullptr;
+        CMS_SignerInfo_get0_algs(signerInfo, nullptr, nullptr, nullptr, &algorithm);
+        Check(X509_ALGOR_set0(algorithm,
+                              Check(OBJ_txt2obj(options.signatureAlgorithm.c_str(), 0), "OID"),
+                              V_ASN1_UNDEF, nullptr),
+              "X509_ALGOR_set0");
+    }
     return ToDerOf<CMS_ContentInfo, i2d_CMS_ContentInfo>(cms.get());
 }
 
@@ -316,6 +365,55 @@ Blob Hierarchy::HierarchyId() const
 {
     const ASN1_INTEGER* serial = X509_get0_serialNumber(root.get());
     return Blob(serial->data, serial->data + serial->length);  // positive serials only
+}
+
+std::vector<Signer> PolicyBreakingSigners(const Hierarchy& hierarchy)
+{
+    std::uint64_t serial = 9000;
+    const auto intermediate = [&](const std::string& name, const Key& key,
+                                  const CertificateOptions& changes) {
+        CertificateOptions options = changes;
+        options.commonName = name;
+        options.serial = ++serial;
+        return IssueCertificate(options, key, &hierarchy.root, hierarchy.rootKey);
+    };
+    const auto signer = [&](const std::string& name, Key key, CertificateOptions options,
+                            const Certificate& issuer, const Key& issuerKey) {
+        options.commonName = name;
+        options.serial = ++serial;
+        Certificate certificate = IssueCertificate(options, key, &issuer, issuerKey);
+        return Signer{name, std::move(key), std::move(certificate), {issuer}};
+    };
+    const Certificate& good = hierarchy.intermediate;
+    const Key& goodKey = hierarchy.intermediateKey;
+    const CertificateOptions leaf = LeafOptions("", 0);
+    CertificateOptions sha1 = leaf;
+    sha1.digest = "SHA1";
+    CertificateOptions md5 = leaf;
+    md5.digest = "MD5";
+    CertificateOptions ca = leaf;
+    ca.basicConstraints = "critical,CA:TRUE";
+    CertificateOptions sha1Ca = CaOptions("", 0);
+    sha1Ca.digest = "SHA1";
+    CertificateOptions serverAuthCa = CaOptions("", 0);
+    serverAuthCa.extendedKeyUsage = "serverAuth";
+
+    const Key rsaKey = Key::Generate(Key::Type::Rsa2048);
+    const Certificate rsa = intermediate("RSA Intermediate", rsaKey, CaOptions("", 0));
+    const Key weakKey = Key::Generate(Key::Type::Rsa1024);
+    const Certificate weak = intermediate("RSA-1024 Intermediate", weakKey, CaOptions("", 0));
+    const Certificate sha1Signed = intermediate("SHA-1 Intermediate", goodKey, sha1Ca);
+    const Certificate serverAuth = intermediate("serverAuth Intermediate", goodKey, serverAuthCa);
+    return {
+        signer("RSA-512 signer", Key::Generate(Key::Type::Rsa512), leaf, good, goodKey),
+        signer("P-224 signer", Key::Generate(Key::Type::P224), leaf, good, goodKey),
+        signer("RSA-1024 intermediate", Key::Generate(), leaf, weak, weakKey),
+        signer("ECDSA-SHA1 signer", Key::Generate(), sha1, good, goodKey),
+        signer("RSA-MD5 signer", Key::Generate(), md5, rsa, rsaKey),
+        signer("SHA-1 intermediate", Key::Generate(), leaf, sha1Signed, goodKey),
+        signer("CA signer", Key::Generate(), ca, good, goodKey),
+        signer("serverAuth intermediate", Key::Generate(), leaf, serverAuth, goodKey),
+    };
 }
 
 Blob ToBlob(std::string_view text)

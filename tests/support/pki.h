@@ -18,7 +18,7 @@ namespace integrity_check_tool::test::pki {
 
 /// A private key with its public half; copies share the key.
 struct Key {
-    enum class Type { P256, Rsa2048 };
+    enum class Type { P256, Rsa2048, P224, Rsa1024, Rsa512 };
 
     /// A fresh key of `type` (EC P-256 by default).
     static Key Generate(Type type = Type::P256);
@@ -26,6 +26,8 @@ struct Key {
     static Key FromPem(const std::string& pem);
 
     EVP_PKEY* get() const noexcept { return key.get(); }
+    /// PKCS #8 PEM, unencrypted.
+    std::string ToPem() const;
 
     std::shared_ptr<EVP_PKEY> key;
 };
@@ -37,6 +39,7 @@ struct Certificate {
 
     X509* get() const noexcept { return certificate.get(); }
     Blob ToDer() const;
+    std::string ToPem() const;
 
     std::shared_ptr<X509> certificate;
 };
@@ -52,6 +55,8 @@ struct CertificateOptions {
     std::string basicConstraints = "critical,CA:FALSE";
     std::string keyUsage = "critical,digitalSignature";
     std::string extendedKeyUsage = "codeSigning";
+    /// Digest of the issuer's signature, e.g. "SHA1" for a weak one.
+    std::string digest = "SHA256";
     /// Further extensions as (name, value), e.g. {"1.2.3.4", "critical,DER:05:00"}.
     std::vector<std::pair<std::string, std::string>> extraExtensions{};
 };
@@ -77,6 +82,9 @@ struct SignOptions {
     /// OID of that attribute; the build's FileNameAttributeOid() when empty.
     std::string fileNameOid{};
     bool detached = true;  ///< false embeds the content (not a valid "lum" signature)
+    /// Replaces the SignerInfo's signatureAlgorithm after signing when not
+    /// empty (e.g. "ecdsa-with-SHA1"); the value stays one over `digest`.
+    std::string signatureAlgorithm{};
 };
 
 /// DER of a CMS SignedData over `content` by `signer`, carrying `chain`.
@@ -119,6 +127,20 @@ struct Hierarchy {
     /// The root's hierarchy identifier (big-endian magnitude of its serial).
     Blob HierarchyId() const;
 };
+
+/// A signing key, its certificate and the chain a signature carries.
+struct Signer {
+    std::string name;
+    Key key;
+    Certificate certificate;
+    std::vector<Certificate> chain;
+};
+
+/// Signers under `hierarchy`'s root, each breaking one rule of the chain
+/// policy: "RSA-512 signer", "P-224 signer", "RSA-1024 intermediate",
+/// "ECDSA-SHA1 signer", "RSA-MD5 signer", "SHA-1 intermediate", "CA signer"
+/// and "serverAuth intermediate".
+std::vector<Signer> PolicyBreakingSigners(const Hierarchy& hierarchy);
 
 /// The bytes of `text`, for content built from string literals.
 Blob ToBlob(std::string_view text);

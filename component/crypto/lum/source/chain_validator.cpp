@@ -2,6 +2,7 @@
 
 #include <stdexcept>
 
+#include "lum/chain_policy.h"
 #include "lum/flags.h"
 #include "x509_util.h"
 
@@ -127,6 +128,16 @@ ChainResult ChainValidator::Validate(X509& leaf, STACK_OF(X509) * untrusted,
             X509_verify_cert_error_string(X509_STORE_CTX_get_error(context.get())));
     }
     result.chain.reset(X509_STORE_CTX_get1_chain(context.get()));
+    // Ours rather than a security level: those pass P-224 keys, and the
+    // signing tool refuses by the same rules.
+    for (int depth = 0; result.chain && depth < sk_X509_num(result.chain.get()); ++depth) {
+        X509& certificate = *sk_X509_value(result.chain.get(), depth);
+        for (const PolicyViolation& violation :
+             StrengthViolations(certificate, PositionInChain(certificate, depth))) {
+            result.flags |= violation.flag;
+            result.errors.push_back("depth " + std::to_string(depth) + ": " + violation.reason);
+        }
+    }
     return result;
 }
 

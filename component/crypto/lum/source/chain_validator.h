@@ -28,8 +28,9 @@ public:
     explicit ChainValidator(const std::vector<Bytes>& roots);
 
     /// Validates `leaf` with `untrusted` as candidate intermediates, at time
-    /// `at` (now when absent), and collects every error instead of stopping
-    /// at the first.
+    /// `at` (now when absent), with the strength rules of lum/chain_policy.h
+    /// on every certificate of the chain, and collects every error instead
+    /// of stopping at the first.
     ChainResult Validate(X509& leaf, STACK_OF(X509) * untrusted,
                          std::optional<std::time_t> at = std::nullopt) const;
 

@@ -11,6 +11,7 @@
 #include <openssl/objects.h>
 #include <openssl/x509v3.h>
 
+#include "lum/chain_policy.h"
 #include "x509_util.h"
 
 namespace crypto::lum {
@@ -33,9 +34,10 @@ CMS_SignerInfo* SoleSignerInfo(CMS_ContentInfo* cms)
 
 const EVP_MD* SignerDigest(CMS_SignerInfo& signerInfo)
 {
-    X509_ALGOR* algorithm = nullptr;
-    CMS_SignerInfo_get0_algs(&signerInfo, nullptr, nullptr, &algorithm, nullptr);
-    return algorithm != nullptr ? SupportedDigest(*algorithm) : nullptr;
+    X509_ALGOR* digest = nullptr;
+    X509_ALGOR* signature = nullptr;
+    CMS_SignerInfo_get0_algs(&signerInfo, nullptr, nullptr, &digest, &signature);
+    return SignerInfoDigest(digest, signature);
 }
 
 /// The value of a signed attribute that occurs once with one value of `type`.
@@ -247,10 +249,18 @@ std::uint32_t LumSignatureVerifierImpl::CheckSigner(X509& signer, STACK_OF(X509)
         (X509_get_key_usage(&signer) & KU_DIGITAL_SIGNATURE) == 0) {
         result |= flags::kInvalidUsage;
     }
+    const int length = chain.chain ? sk_X509_num(chain.chain.get()) : 0;
+    for (int depth = 0; depth < length; ++depth) {
+        X509& certificate = *sk_X509_value(chain.chain.get(), depth);
+        for (const PolicyViolation& violation :
+             CodeSigningViolations(certificate, PositionInChain(certificate, depth))) {
+            Trace(kTraceDebug, "Certificate chain: depth %1%: %2%", depth, violation.reason);
+            result |= violation.flag;
+        }
+    }
 
     // One CRL per hierarchy, signed by its root, lists every revoked
     // certificate below the root.
-    const int length = chain.chain ? sk_X509_num(chain.chain.get()) : 0;
     const X509* root =
         length > 0 ? validator_.FindRoot(*sk_X509_value(chain.chain.get(), length - 1)) : nullptr;
     X509_CRL* crl = root != nullptr && checker_ ? checker_->FindCrl(*root) : nullptr;

@@ -84,6 +84,20 @@ X509* TokenSigner(PKCS7& token)
     return signer;
 }
 
+/// Whether the token's one signer signed over a digest we accept.
+bool TokenDigestSupported(PKCS7& token)
+{
+    STACK_OF(PKCS7_SIGNER_INFO)* signerInfos = PKCS7_get_signer_info(&token);
+    if (signerInfos == nullptr || sk_PKCS7_SIGNER_INFO_num(signerInfos) != 1) {
+        return false;
+    }
+    X509_ALGOR* digest = nullptr;
+    X509_ALGOR* signature = nullptr;
+    PKCS7_SIGNER_INFO_get0_algs(sk_PKCS7_SIGNER_INFO_value(signerInfos, 0), nullptr, &digest,
+                                &signature);
+    return SignerInfoDigest(digest, signature) != nullptr;
+}
+
 STACK_OF(X509) * TokenCertificates(PKCS7& token)
 {
     return PKCS7_type_is_signed(&token) && token.d.sign != nullptr ? token.d.sign->cert : nullptr;
@@ -117,6 +131,10 @@ TimestampResult TimestampChecker::Check(CMS_SignerInfo& signerInfo, std::time_t 
     if (time == nullptr || !ToTimeT(*time, result.time)) {
         return fail(flags::kMalformedContent,
                     "it is not one signed TSTInfo in one id-aa-timeStampToken attribute");
+    }
+    if (!TokenDigestSupported(*token)) {
+        return fail(flags::kMalformedContent,
+                    "its signature is not over a SHA-256, SHA-384 or SHA-512 digest");
     }
     if (result.time > now) {
         return fail(flags::kExpired, "its time " + TimeText(time) + " lies in the future");

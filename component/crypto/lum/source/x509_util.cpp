@@ -69,6 +69,23 @@ const EVP_MD* SupportedDigest(const X509_ALGOR& algorithm)
     }
 }
 
+const EVP_MD* SignerInfoDigest(const X509_ALGOR* digestAlgorithm,
+                               const X509_ALGOR* signatureAlgorithm)
+{
+    const EVP_MD* digest = digestAlgorithm != nullptr ? SupportedDigest(*digestAlgorithm) : nullptr;
+    if (digest == nullptr || signatureAlgorithm == nullptr) {
+        return nullptr;
+    }
+    const ASN1_OBJECT* oid = nullptr;
+    X509_ALGOR_get0(&oid, nullptr, nullptr, signatureAlgorithm);
+    int named = NID_undef;
+    if (OBJ_find_sigid_algs(OBJ_obj2nid(oid), &named, nullptr) == 1 && named != NID_undef &&
+        named != EVP_MD_get_type(digest)) {
+        return nullptr;
+    }
+    return digest;
+}
+
 std::string Hex(ByteSpan bytes)
 {
     static constexpr char kDigits[] = "0123456789ABCDEF";

@@ -25,6 +25,11 @@ Bytes SerialMagnitude(const X509& certificate);
 /// The digest an algorithm identifier names when it is one we accept
 /// (SHA-256, SHA-384, SHA-512); nullptr otherwise.
 const EVP_MD* SupportedDigest(const X509_ALGOR& algorithm);
+/// The supported digest of a CMS or PKCS #7 signer's `digestAlgorithm`,
+/// or nullptr; also nullptr when its `signatureAlgorithm` names another
+/// digest (ecdsa-with-SHA1 beside SHA-256), which verification would ignore.
+const EVP_MD* SignerInfoDigest(const X509_ALGOR* digestAlgorithm,
+                               const X509_ALGOR* signatureAlgorithm);
 /// Upper-case hex of `bytes`.
 std::string Hex(ByteSpan bytes);
 /// Depths of the certificates of `chain` (leaf first, root last) that `crl`
