@@ -25,11 +25,15 @@ Bytes SerialMagnitude(const X509& certificate);
 /// The digest an algorithm identifier names when it is one we accept
 /// (SHA-256, SHA-384, SHA-512); nullptr otherwise.
 const EVP_MD* SupportedDigest(const X509_ALGOR& algorithm);
+/// The same for a digest's NID.
+const EVP_MD* SupportedDigest(int nid);
 /// Upper-case hex of `bytes`.
 std::string Hex(ByteSpan bytes);
 /// Depths of the certificates of `chain` (leaf first, root last) that `crl`
 /// lists; the root itself is never looked up.
 std::vector<int> RevokedDepths(X509_CRL& crl, STACK_OF(X509) & chain);
+/// A name as RFC 2253 text, e.g. "CN=Root,O=Maker".
+std::string NameText(const X509_NAME& name);
 /// "YYYY-MM-DD HH:MM:SS" of an ASN.1 time, or "?" when it does not convert.
 std::string TimeText(const ASN1_TIME* time);
 
