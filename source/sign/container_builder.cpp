@@ -1,5 +1,6 @@
 #include "sign/container_builder.h"
 
+#include <lum/crl_currency.h>
 #include <lum/format.h>
 #include <openssl/err.h>
 
@@ -11,6 +12,7 @@
 namespace integrity_check_tool::sign {
 
 using crypto::BignumPtr;
+using crypto::BioPtr;
 using crypto::X509CrlPtr;
 
 namespace {
@@ -55,6 +57,29 @@ bool IssuedBy(X509_CRL& crl, X509& root)
     return issued;
 }
 
+std::string TimeText(const ASN1_TIME* time)
+{
+    const BioPtr bio(BIO_new(BIO_s_mem()));
+    if (time == nullptr || !bio || ASN1_TIME_print_ex(bio.get(), time, ASN1_DTFLGS_ISO8601) != 1) {
+        return "?";
+    }
+    char* data = nullptr;
+    const long size = BIO_get_mem_data(bio.get(), &data);
+    return std::string(data, static_cast<std::size_t>(size));
+}
+
+/// Whole days until `time`, a started day counting as one, so that a CRL
+/// made with --days N today has N days left.
+int DaysUntil(const ASN1_TIME& time)
+{
+    int days = 0;
+    int seconds = 0;
+    if (ASN1_TIME_diff(&days, &seconds, nullptr, &time) != 1) {
+        return 0;
+    }
+    return seconds > 0 ? days + 1 : days;
+}
+
 }  // namespace
 
 ContainerBuilder::ContainerBuilder(const std::vector<Path>& roots) : rootPaths_(roots)
@@ -73,6 +98,23 @@ void ContainerBuilder::Add(const Path& path)
     }
     if (root == roots_.size()) {
         ICT_THROW(messages::kCrlNotFromRoot, path.string());
+    }
+    // The checker refuses a CRL out of force, so a container must not carry one.
+    const ASN1_TIME* next = X509_CRL_get0_nextUpdate(crl.get());
+    switch (crypto::lum::GetCrlCurrency(*crl)) {
+    case crypto::lum::CrlCurrency::Current:
+        break;
+    case crypto::lum::CrlCurrency::OutOfDate:
+        ICT_THROW(messages::kCrlOutOfDate, path.string(), TimeText(next));
+    case crypto::lum::CrlCurrency::NotYetValid:
+        ICT_THROW(messages::kCrlNotYetValid, path.string(),
+                  TimeText(X509_CRL_get0_lastUpdate(crl.get())));
+    case crypto::lum::CrlCurrency::NoNextUpdate:
+        ICT_THROW(messages::kCrlWithoutNextUpdate, path.string());
+    }
+    if (DaysUntil(*next) < kWarningDays) {
+        warnings_.push_back(
+            Format(messages::kCrlDueSoon, path.string(), TimeText(next), kWarningDays));
     }
     // The checker refuses a second database for one hierarchy.
     for (const Entry& entry : entries_) {
