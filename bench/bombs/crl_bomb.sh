@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Time and peak memory of the checker on hostile revocation containers: a
-# gzip container holding one unsigned CRL padded with identical entries to
-# the given inflated sizes, the same CRL stored plain, and a CRL of the
-# demo root's name signed by another key. Every case must be refused.
+# gzip container holding one CRL in the demo root's name, with a zero
+# signature and padded with identical entries to the given inflated sizes;
+# the same CRL stored plain; and millions of empty databases. Every case
+# must be refused, within 2 s and 256 MB.
 #   bench/bombs/crl_bomb.sh [build-dir] [inflated-MiB ...]
 #   (defaults: build/release, 15 250)
 set -euo pipefail
@@ -98,3 +99,12 @@ for mib in "${sizes[@]}"; do
 done
 make_container "$work/crl/lumcrl.rdb" 15 0
 run "plain, 15 MiB"
+# Nearly 16 MiB of empty databases of an unknown hierarchy, compressed.
+python3 - "$work/crl/lumcrl.rdb" <<'PY'
+import gzip, struct, sys
+count = (16 * 1024 * 1024 - 12) // 9
+database = struct.pack(">I", 1) + b"\x01" + struct.pack(">I", 0)
+container = b"LUMRDB01" + struct.pack(">I", count) + database * count
+open(sys.argv[1], "wb").write(gzip.compress(container, 9))
+PY
+run "gzip, $(((16 * 1024 * 1024 - 12) / 9)) empty databases"
