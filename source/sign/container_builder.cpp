@@ -3,6 +3,7 @@
 #include <lum/crl_currency.h>
 #include <lum/format.h>
 #include <openssl/err.h>
+#include <openssl/objects.h>
 
 #include "exception.h"
 #include "sign/credentials.h"
@@ -57,6 +58,26 @@ bool IssuedBy(X509_CRL& crl, X509& root)
     return issued;
 }
 
+/// The checker takes CRL signatures with SHA-2 digests or EdDSA only.
+bool HasAcceptedDigest(const X509_CRL& crl)
+{
+    int digest = NID_undef;
+    int key = NID_undef;
+    if (OBJ_find_sigid_algs(X509_CRL_get_signature_nid(&crl), &digest, &key) != 1) {
+        return false;
+    }
+    switch (digest) {
+    case NID_sha256:
+    case NID_sha384:
+    case NID_sha512:
+        return true;
+    case NID_undef:
+        return key == NID_ED25519 || key == NID_ED448;
+    default:
+        return false;
+    }
+}
+
 std::string TimeText(const ASN1_TIME* time)
 {
     const BioPtr bio(BIO_new(BIO_s_mem()));
@@ -98,6 +119,10 @@ void ContainerBuilder::Add(const Path& path)
     }
     if (root == roots_.size()) {
         ICT_THROW(messages::kCrlNotFromRoot, path.string());
+    }
+    if (!HasAcceptedDigest(*crl)) {
+        ICT_THROW(messages::kCrlWeakDigest, path.string(),
+                  OBJ_nid2ln(X509_CRL_get_signature_nid(crl.get())));
     }
     // The checker refuses a CRL out of force, so a container must not carry one.
     const ASN1_TIME* next = X509_CRL_get0_nextUpdate(crl.get());

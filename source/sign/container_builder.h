@@ -21,8 +21,9 @@ public:
 
     /// Adds the CRL in `path` (PEM or DER); throws Exception naming it when
     /// no root's subject is its issuer and verifies its signature, when
-    /// that root already has a CRL, or when the checker would refuse it as
-    /// out of date, not yet valid or without a next update.
+    /// that root already has a CRL, or when the checker would refuse it for
+    /// its digest (MD5, SHA-1) or as out of date, not yet valid or without a
+    /// next update.
     void Add(const Path& path);
 
     /// The container's bytes, CRLs in the order added.

@@ -262,11 +262,12 @@ TEST_F(SignToolTest, RefusalsNameTheProblemAndChangeNothing)
     ASSERT_EQ(MakeCrl("alternative/root", crl("alternative.pem")).exitStatus, 0);
     const Arguments container = {"--make-container", "--root", Demo("regular/root.pem"), "--output",
                                  (dir_ / "lumcrl.rdb").string()};
-    // CRLs the checker refuses as out of force.
-    const auto dated = [&](const char* name, int thisUpdate, std::optional<int> nextUpdate) {
+    // CRLs the checker refuses: out of force, or signed with SHA-1.
+    const auto dated = [&](const char* name, int thisUpdate, std::optional<int> nextUpdate,
+                           const char* digest = "SHA256") {
         const Blob der = pki::MakeCrl(pki::Certificate::FromPem(ReadFile(Demo("regular/root.pem"))),
                                       pki::Key::FromPem(ReadFile(Demo("regular/root.key"))), {},
-                                      {thisUpdate, nextUpdate});
+                                      {thisUpdate, nextUpdate, digest});
         WriteFile(scratch_ / name, std::string(der.begin(), der.end()));
         return Concat(container, {crl(name)});
     };
@@ -335,6 +336,8 @@ TEST_F(SignToolTest, RefusalsNameTheProblemAndChangeNothing)
          dated("stale.der", -40, -10)},
         {"CRL " + crl("future.der") + " is not yet valid: it is dated ",
          dated("future.der", 2, 30)},
+        {"CRL " + crl("sha1.der") + " is signed with ecdsa-with-SHA1, which the checker refuses",
+         dated("sha1.der", -1, 30, "SHA1")},
         {"CRL " + crl("endless.der") + " has no next update date",
          dated("endless.der", -1, std::nullopt)},
         // Key generation never overwrites.
