@@ -2,7 +2,8 @@
 # Time and peak memory of the checker on hostile revocation containers: a
 # gzip container holding one CRL in the demo root's name, with a zero
 # signature and padded with identical entries to the given inflated sizes;
-# the same CRL stored plain; and millions of empty databases. Every case
+# the same CRL stored plain; one with an issuer name of a million parts;
+# and millions of empty databases. Every case
 # must be refused, within 2 s and 256 MB.
 #   bench/bombs/crl_bomb.sh [build-dir] [inflated-MiB ...]
 #   (defaults: build/release, 15 250)
@@ -33,14 +34,16 @@ printf '<Manifest productName="Demo" productVersion="1.0"><File path="%%ProductR
 openssl crl -in "$work/real.pem" -outform DER -out "$work/real.der"
 serial=$(openssl x509 -in "$pki/root.pem" -noout -serial | cut -d= -f2)
 
-# make_container OUT MIB COMPRESS: a container of one CRL carrying the
-# genuine CRL's header, about MIB MiB of revoked entries and a zero signature.
+# make_container OUT MIB COMPRESS [name]: a container of one CRL carrying
+# the genuine CRL's header, about MIB MiB of revoked entries (or, with
+# "name", of issuer name components) and a zero signature.
 make_container() {
-    python3 - "$work/real.der" "$serial" "$1" "$2" "$3" <<'PY'
+    python3 - "$work/real.der" "$serial" "$1" "$2" "$3" "${4:-}" <<'PY'
 import gzip, struct, sys
 der = open(sys.argv[1], "rb").read()
 hid = bytes.fromhex(sys.argv[2])
 out, mib, compress = sys.argv[3], int(sys.argv[4]), sys.argv[5] == "1"
+padding = mib * 1024 * 1024
 
 def tlv(tag, body):
     n = len(body)
@@ -68,8 +71,13 @@ def body(item):
 
 tbs, algorithm, _ = children(body(der))
 version, inner, issuer, this_update, next_update = children(body(tbs))[:5]
-entry = tlv(0x30, tlv(0x02, b"\x01\x23") + tlv(0x17, b"250101000000Z"))
-revoked = tlv(0x30, entry * (mib * 1024 * 1024 // len(entry)))
+if sys.argv[6] == "name":
+    component = tlv(0x31, tlv(0x30, tlv(0x06, b"\x55\x04\x03") + tlv(0x0C, b"a")))
+    issuer = tlv(0x30, component * (padding // len(component)))
+    revoked = b""
+else:
+    entry = tlv(0x30, tlv(0x02, b"\x01\x23") + tlv(0x17, b"250101000000Z"))
+    revoked = tlv(0x30, entry * (padding // len(entry)))
 tbs = tlv(0x30, version + inner + issuer + this_update + next_update + revoked)
 crl = tlv(0x30, tbs + algorithm + tlv(0x03, b"\x00" + bytes(72)))
 container = b"LUMRDB01" + struct.pack(">I", 1) + struct.pack(">I", len(hid)) + hid
@@ -99,6 +107,8 @@ for mib in "${sizes[@]}"; do
 done
 make_container "$work/crl/lumcrl.rdb" 15 0
 run "plain, 15 MiB"
+make_container "$work/crl/lumcrl.rdb" 15 1 name
+run "gzip, 15 MiB issuer name"
 # Nearly 16 MiB of empty databases of an unknown hierarchy, compressed.
 python3 - "$work/crl/lumcrl.rdb" <<'PY'
 import gzip, struct, sys

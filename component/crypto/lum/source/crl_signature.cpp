@@ -107,24 +107,24 @@ std::optional<CrlParts> SplitCrl(ByteSpan der)
 bool IsSignedBy(const CrlParts& parts, X509& root)
 {
     EVP_PKEY* key = X509_get0_pubkey(&root);
-    if (key == nullptr || !std::equal(parts.tbsSigAlg.begin(), parts.tbsSigAlg.end(),
-                                      parts.sigAlg.begin(), parts.sigAlg.end())) {
-        return false;
-    }
-    const unsigned char* cursor = parts.issuer.data();
-    const OpenSslPtr<X509_NAME, X509_NAME_free> issuer(
-        d2i_X509_NAME(nullptr, &cursor, static_cast<long>(parts.issuer.size())));
-    if (!issuer || X509_NAME_cmp(issuer.get(), X509_get_subject_name(&root)) != 0) {
-        return false;
-    }
     const EVP_MD* digest = nullptr;
-    if (!DigestFor(parts.sigAlg, *key, digest)) {
+    if (key == nullptr ||
+        !std::equal(parts.tbsSigAlg.begin(), parts.tbsSigAlg.end(), parts.sigAlg.begin(),
+                    parts.sigAlg.end()) ||
+        !DigestFor(parts.sigAlg, *key, digest)) {
         return false;
     }
     const EvpMdCtxPtr context(EVP_MD_CTX_new());
-    return context && EVP_DigestVerifyInit(context.get(), nullptr, digest, nullptr, key) == 1 &&
-           EVP_DigestVerify(context.get(), parts.signature.data(), parts.signature.size(),
-                            parts.tbs.data(), parts.tbs.size()) == 1;
+    if (!context || EVP_DigestVerifyInit(context.get(), nullptr, digest, nullptr, key) != 1 ||
+        EVP_DigestVerify(context.get(), parts.signature.data(), parts.signature.size(),
+                         parts.tbs.data(), parts.tbs.size()) != 1) {
+        return false;
+    }
+    // Decoded only now: an unsigned name could be as large as the container.
+    const unsigned char* cursor = parts.issuer.data();
+    const OpenSslPtr<X509_NAME, X509_NAME_free> issuer(
+        d2i_X509_NAME(nullptr, &cursor, static_cast<long>(parts.issuer.size())));
+    return issuer && X509_NAME_cmp(issuer.get(), X509_get_subject_name(&root)) == 0;
 }
 
 }  // namespace crypto::lum
