@@ -1,7 +1,9 @@
 #include "sign/container_builder.h"
 
+#include <lum/crl_currency.h>
 #include <lum/format.h>
 #include <openssl/err.h>
+#include <openssl/objects.h>
 
 #include "exception.h"
 #include "sign/credentials.h"
@@ -11,6 +13,7 @@
 namespace integrity_check_tool::sign {
 
 using crypto::BignumPtr;
+using crypto::BioPtr;
 using crypto::X509CrlPtr;
 
 namespace {
@@ -55,6 +58,49 @@ bool IssuedBy(X509_CRL& crl, X509& root)
     return issued;
 }
 
+/// The checker takes CRL signatures with SHA-2 digests or EdDSA only.
+bool HasAcceptedDigest(const X509_CRL& crl)
+{
+    int digest = NID_undef;
+    int key = NID_undef;
+    if (OBJ_find_sigid_algs(X509_CRL_get_signature_nid(&crl), &digest, &key) != 1) {
+        return false;
+    }
+    switch (digest) {
+    case NID_sha256:
+    case NID_sha384:
+    case NID_sha512:
+        return true;
+    case NID_undef:
+        return key == NID_ED25519 || key == NID_ED448;
+    default:
+        return false;
+    }
+}
+
+std::string TimeText(const ASN1_TIME* time)
+{
+    const BioPtr bio(BIO_new(BIO_s_mem()));
+    if (time == nullptr || !bio || ASN1_TIME_print_ex(bio.get(), time, ASN1_DTFLGS_ISO8601) != 1) {
+        return "?";
+    }
+    char* data = nullptr;
+    const long size = BIO_get_mem_data(bio.get(), &data);
+    return std::string(data, static_cast<std::size_t>(size));
+}
+
+/// Whole days until `time`, a started day counting as one, so that a CRL
+/// made with --days N today has N days left.
+int DaysUntil(const ASN1_TIME& time)
+{
+    int days = 0;
+    int seconds = 0;
+    if (ASN1_TIME_diff(&days, &seconds, nullptr, &time) != 1) {
+        return 0;
+    }
+    return seconds > 0 ? days + 1 : days;
+}
+
 }  // namespace
 
 ContainerBuilder::ContainerBuilder(const std::vector<Path>& roots) : rootPaths_(roots)
@@ -73,6 +119,27 @@ void ContainerBuilder::Add(const Path& path)
     }
     if (root == roots_.size()) {
         ICT_THROW(messages::kCrlNotFromRoot, path.string());
+    }
+    if (!HasAcceptedDigest(*crl)) {
+        ICT_THROW(messages::kCrlWeakDigest, path.string(),
+                  OBJ_nid2ln(X509_CRL_get_signature_nid(crl.get())));
+    }
+    // The checker refuses a CRL out of force, so a container must not carry one.
+    const ASN1_TIME* next = X509_CRL_get0_nextUpdate(crl.get());
+    switch (crypto::lum::GetCrlCurrency(*crl)) {
+    case crypto::lum::CrlCurrency::Current:
+        break;
+    case crypto::lum::CrlCurrency::OutOfDate:
+        ICT_THROW(messages::kCrlOutOfDate, path.string(), TimeText(next));
+    case crypto::lum::CrlCurrency::NotYetValid:
+        ICT_THROW(messages::kCrlNotYetValid, path.string(),
+                  TimeText(X509_CRL_get0_lastUpdate(crl.get())));
+    case crypto::lum::CrlCurrency::NoNextUpdate:
+        ICT_THROW(messages::kCrlWithoutNextUpdate, path.string());
+    }
+    if (DaysUntil(*next) < kWarningDays) {
+        warnings_.push_back(
+            Format(messages::kCrlDueSoon, path.string(), TimeText(next), kWarningDays));
     }
     // The checker refuses a second database for one hierarchy.
     for (const Entry& entry : entries_) {

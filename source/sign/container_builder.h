@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string>
 #include <vector>
 
 #include <crypto/openssl_handles.h>
@@ -19,12 +20,19 @@ public:
     explicit ContainerBuilder(const std::vector<Path>& roots);
 
     /// Adds the CRL in `path` (PEM or DER); throws Exception naming it when
-    /// no root's subject is its issuer and verifies its signature, or when
-    /// that root already has a CRL.
+    /// no root's subject is its issuer and verifies its signature, when
+    /// that root already has a CRL, or when the checker would refuse it for
+    /// its digest (MD5, SHA-1) or as out of date, not yet valid or without a
+    /// next update.
     void Add(const Path& path);
 
     /// The container's bytes, CRLs in the order added.
     Blob Build() const;
+
+    /// One line for each CRL added that goes out of date within kWarningDays.
+    const std::vector<std::string>& GetWarnings() const { return warnings_; }
+
+    static constexpr int kWarningDays = 30;
 
 private:
     struct Entry {
@@ -37,6 +45,7 @@ private:
     std::vector<Path> rootPaths_;
     std::vector<X509Ptr> roots_;
     std::vector<Entry> entries_;
+    std::vector<std::string> warnings_;
 };
 
 }  // namespace integrity_check_tool::sign

@@ -61,6 +61,18 @@ inline constexpr const char* kCrlNotFromRoot =
     "CRL %1% is not issued and signed by any of the given roots";
 inline constexpr const char* kTwoCrlsForRoot =
     "CRLs %1% and %2% are both for root %3%; give one CRL per root";
+inline constexpr const char* kCrlWeakDigest =
+    "CRL %1% is signed with %2%, which the checker refuses; sign it with SHA-256, SHA-384 or "
+    "SHA-512";
+inline constexpr const char* kCrlOutOfDate =
+    "CRL %1% is out of date: its next update was due %2%; make a new one";
+inline constexpr const char* kCrlNotYetValid =
+    "CRL %1% is not yet valid: it is dated %2%, in the future";
+inline constexpr const char* kCrlWithoutNextUpdate =
+    "CRL %1% has no next update date, so the checker refuses it; make one with --make-crl";
+inline constexpr const char* kCrlDueSoon =
+    "Warning: CRL %1% is due for its next update on %2%, in less than %3% days; the checker "
+    "refuses it from then on";
 
 // Time-stamping
 inline constexpr const char* kNotLumSigned =

@@ -48,6 +48,9 @@ void MakeContainer(const ContainerOptions& options)
     const Blob container = builder.Build();
     WriteAtomically(options.output,
                     {reinterpret_cast<const char*>(container.data()), container.size()});
+    for (const std::string& warning : builder.GetWarnings()) {
+        std::cerr << warning << '\n';
+    }
 }
 
 }  // namespace

@@ -1,12 +1,14 @@
 #include "signature/lum_verifier.h"
 
-#include <limits>
+#include <cstdint>
 #include <optional>
+#include <string>
 
 #include <boost/filesystem/operations.hpp>
 #include <lum/flags.h>
 #include <lum/format.h>
 #include <lum/result.h>
+#include <lum/revocation.h>
 #include <lum/service.h>
 #include <updater/storage.h>
 #include <zel/file_io.h>
@@ -38,12 +40,14 @@ LumSignatureVerifier::LumSignatureVerifier(zel::ITracerPtr tracer, bool regularR
 {
     if (crlStoragePath) {
         crl_ = ReadCrl(*crlStoragePath);
+        RefuseOutdatedCrl();
     }
 }
 
 Blob LumSignatureVerifier::ReadCrl(const Path& directory) const
 {
     const std::string name = crypto::lum::kContainerName;
+    const std::string path = (directory / name).string();
     Trace(kTraceDebug, "Reading CRL from storage %1% ...", directory.string());
     boost::system::error_code error;
     if (!boost::filesystem::is_directory(directory, error)) {
@@ -52,8 +56,15 @@ Blob LumSignatureVerifier::ReadCrl(const Path& directory) const
     Trace(kTraceDebug, "Opening %1% container ...", name);
     updater::IStoragePtr storage;
     zel::IIOPtr container;
-    if (zel::Failed(updater::OpenStorage(directory.string(), storage)) ||
-        zel::Failed(storage->OpenContainer(name, container))) {
+    zel::Result opened = updater::OpenStorage(directory.string(), storage);
+    if (zel::Succeeded(opened)) {
+        opened = storage->OpenContainer(name, container);
+    }
+    if (opened == zel::kTooLarge) {
+        ICT_THROW("Revocation container %1% is too large: a container holds at most %2% bytes",
+                  path, updater::kMaxContainerSize);
+    }
+    if (zel::Failed(opened)) {
         ICT_THROW("Failed to open container %1% in storage", name);
     }
     Trace(kTraceDebug, "Container %1% opened successfully", name);
@@ -61,8 +72,14 @@ Blob LumSignatureVerifier::ReadCrl(const Path& directory) const
     if (zel::Failed(container->GetSize(&size))) {
         ICT_THROW("Can't get size of container %1%", name);
     }
-    if (size > std::numeric_limits<std::uint32_t>::max()) {
-        ICT_THROW("CRL is too large");
+    // The operator asked for revocation checks: no revocation data at all
+    // must not pass for "nothing revoked".
+    if (size == 0) {
+        ICT_THROW("Revocation container %1% is empty", path);
+    }
+    if (size > updater::kMaxContainerSize) {
+        ICT_THROW("Revocation container %1% is too large: a container holds at most %2% bytes",
+                  path, updater::kMaxContainerSize);
     }
     Blob crl(static_cast<std::size_t>(size));
     std::size_t total = 0;
@@ -74,8 +91,28 @@ Blob LumSignatureVerifier::ReadCrl(const Path& directory) const
         }
         total += got;
     }
+    // A file holding more than its size said (a pseudo-file, or one growing
+    // meanwhile) was not read whole.
+    std::uint8_t more = 0;
+    std::size_t extra = 0;
+    if (zel::Failed(container->Read(&more, 1, &extra)) || extra != 0) {
+        ICT_THROW("Revocation container %1% can't be read whole: it changed while being read",
+                  path);
+    }
     Trace(kTraceDebug, "CRL has been read successfully from storage %1%", directory.string());
     return crl;
+}
+
+void LumSignatureVerifier::RefuseOutdatedCrl() const
+{
+    const std::vector<crypto::lum::ByteSpan> roots(roots_.begin(), roots_.end());
+    const std::vector<crypto::lum::ByteSpan> tsaRoots(tsaRoots_.begin(), tsaRoots_.end());
+    std::string reason;
+    // Other failures keep surfacing per manifest, where they always have.
+    if (crypto::lum::LumCheckRevocationContainer(roots, tsaRoots, crl_, reason) ==
+        crypto::lum::lumErrInvalidValue) {
+        ICT_THROW("%1%", reason);
+    }
 }
 
 void LumSignatureVerifier::Verify(const Path& file, Blob& content) const

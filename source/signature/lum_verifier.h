@@ -15,7 +15,8 @@ namespace integrity_check_tool {
 class LumSignatureVerifier final : public ISignatureVerifier, private zel::TracerProvider {
 public:
     /// Reads the revocation container of `crlStoragePath` when one is given;
-    /// throws Exception when it cannot be read or is too large.
+    /// throws Exception when it is missing, empty, not read whole or too
+    /// large, or holds a CRL out of date or not yet valid.
     LumSignatureVerifier(zel::ITracerPtr tracer, bool regularRoots,
                          const std::optional<Path>& crlStoragePath, bool withFileName);
 
@@ -23,6 +24,8 @@ public:
 
 private:
     Blob ReadCrl(const Path& directory) const;
+    /// Throws the reason when a CRL of `crl_` for our roots is not in force.
+    void RefuseOutdatedCrl() const;
 
     std::vector<Blob> roots_;
     std::vector<Blob> tsaRoots_;  ///< time-stamping authorities, the same for every flavour

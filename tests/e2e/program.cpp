@@ -92,6 +92,31 @@ std::string DemoPki(const std::string& relative)
     return std::string(ICT_DEMO_PKI_DIR) + "/" + relative;
 }
 
+// The emulator, if any, must not pass the host's preload on to the program, and
+// AddressSanitizer must accept a library loaded before its runtime.
+std::vector<std::string> At(int days, std::vector<std::string> command)
+{
+    const char* asan = std::getenv("ASAN_OPTIONS");
+    std::string offset = std::to_string(days) + "d";
+    if (days >= 0) {
+        offset.insert(offset.begin(), '+');
+    }
+    std::vector<std::string> moved{"env",
+                                   "QEMU_UNSET_ENV=LD_PRELOAD",
+                                   "ASAN_OPTIONS=" + std::string(asan != nullptr ? asan : "") +
+                                       ":verify_asan_link_order=0",
+                                   "faketime",
+                                   "-f",
+                                   offset};
+    moved.insert(moved.end(), command.begin(), command.end());
+    return moved;
+}
+
+bool HasFaketime()
+{
+    return RunHostProcess({"faketime", "-f", "+0d", "true"}).exitStatus == 0;
+}
+
 std::vector<std::string> Lines(const std::string& text)
 {
     std::vector<std::string> lines;

@@ -42,6 +42,12 @@ std::string CannotRead(const std::string& path, const std::string& why);
 /// A file of the committed demo hierarchy, e.g. DemoPki("regular/leaf.pem").
 std::string DemoPki(const std::string& relative);
 
+/// A launcher (see RunProgram) that runs `command` with the clock moved by `days`.
+std::vector<std::string> At(int days, std::vector<std::string> command = {});
+
+/// Whether faketime, which At needs, is installed.
+bool HasFaketime();
+
 /// Splits output into lines (without line ends).
 std::vector<std::string> Lines(const std::string& text);
 

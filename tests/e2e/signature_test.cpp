@@ -1,6 +1,7 @@
 // Signed manifests end to end: integrity_sign (or stock openssl) signs,
 // the checker and the tester verify against their compiled-in demo roots.
 
+#include <functional>
 #include <map>
 
 #include <boost/filesystem/operations.hpp>
@@ -258,6 +259,11 @@ TEST_F(SignatureTest, BadRevocationContainersStopTheCheck)
          Program::Checker,
          "Failed to verify signature of revocation database."},
         {"absent", {alternativeOnly}, Program::Tester, "lumErrRdbAbsent"},
+        // The root's own signature, under a digest too weak to trust.
+        {"SHA-1",
+         {{demo.HierarchyId(), pki::MakeCrl(demo.root, demo.rootKey, {}, {.digest = "SHA1"})}},
+         Program::Checker,
+         "Failed to verify signature of revocation database."},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
@@ -278,6 +284,131 @@ TEST_F(SignatureTest, BadRevocationContainersStopTheCheck)
     EXPECT_TRUE(
         Failed(Check(Manifest(), {"--crl", (dir_ / "not-a-directory").string()}),
                "CRL storage path " + (dir_ / "not-a-directory").string() + " is not a directory"));
+}
+
+// With --crl the operator asked for revocation checks: no revocation data
+// must not pass for "nothing revoked".
+TEST_F(SignatureTest, MissingOrEmptyRevocationContainersFailClosed)
+{
+    ASSERT_TRUE(Succeeded(Sign("regular", Manifest())));
+    const std::string gzipOfNothing("\x1F\x8B\x08\0\0\0\0\0\0\x03\x03\0\0\0\0\0\0\0\0\0", 20);
+    const std::string zlibOfNothing("\x78\x9C\x03\0\0\0\0\x01", 8);
+    const auto shell = [](const std::string& command) {
+        ASSERT_TRUE(Succeeded(RunHostProcess({"sh", "-c", command})));
+    };
+    const std::string open = "Failed to open container lumcrl.rdb in storage";
+    const struct {
+        const char* name;
+        std::function<void(const Path&)> make;
+        std::string message;  ///< after "Revocation container <path> " unless it is `open`
+    } cases[] = {
+        {"empty", [](const Path& file) { WriteFile(file, ""); }, "is empty"},
+        {"gzip of nothing", [&](const Path& file) { WriteFile(file, gzipOfNothing); }, "is empty"},
+        {"zlib of nothing", [&](const Path& file) { WriteFile(file, zlibOfNothing); }, "is empty"},
+        {"plain, over 16 MiB",
+         [&](const Path& file) { shell("head -c 16777217 /dev/zero >'" + file.string() + "'"); },
+         "is too large"},
+        {"gzip, inflating past 16 MiB",
+         [&](const Path& file) {
+             shell("head -c 16777217 /dev/zero | gzip >'" + file.string() + "'");
+         },
+         "is too large"},
+        {"missing", [](const Path&) {}, open},
+        {"a directory", [](const Path& file) { boost::filesystem::create_directories(file); },
+         open},
+        {"a FIFO", [&](const Path& file) { shell("mkfifo '" + file.string() + "'"); }, open},
+        // A pseudo-file reports size 0 whatever it holds.
+        {"a link to a procfs file",
+         [](const Path& file) { boost::filesystem::create_symlink("/proc/self/status", file); },
+         crypto::lum::kContainerName},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        const Path directory = dir_ / c.name;
+        boost::filesystem::create_directories(directory);
+        const Path container = directory / crypto::lum::kContainerName;
+        c.make(container);
+        const std::string expected =
+            c.message == open || c.message == crypto::lum::kContainerName
+                ? c.message
+                : "Revocation container " + container.string() + " " + c.message;
+        EXPECT_TRUE(Failed(Check(Manifest(), {"--crl", directory.string()}), expected));
+    }
+}
+
+// A CRL out of force could be an old copy put back to revive a revoked signer.
+TEST_F(SignatureTest, CrlsOutOfForceAreRefusedNamingTheirRoot)
+{
+    ASSERT_TRUE(Succeeded(Sign("regular", Manifest())));
+    const pki::Hierarchy demo = DemoHierarchy("regular");
+    const std::string root = "Revocation database of root \"CN=Integrity Demo Regular "
+                             "Root,O=Integrity Demo\" (serial 15EDF31640655339233D3B26FD7D3C76) ";
+    const struct {
+        const char* name;
+        int thisUpdate;
+        std::optional<int> nextUpdate;
+        const char* message;
+    } cases[] = {
+        {"out of date", -40, -10, "is out of date: its next update was due "},
+        {"not yet valid", 2, 30, "is not yet valid: it is dated "},
+        {"without next update", -1, std::nullopt, "has no next update date"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        const pki::CrlOptions options{c.thisUpdate, c.nextUpdate};
+        const std::string crl = CrlDirectory(
+            c.name, {{demo.HierarchyId(), pki::MakeCrl(demo.root, demo.rootKey, {}, options)}});
+        EXPECT_TRUE(Failed(Check(Manifest(), {"--crl", crl}), root + c.message));
+    }
+}
+
+// The release engineer's tools, run at other dates: a container put back
+// from before a revocation, or kept past its CRL's next update.
+TEST_F(SignatureTest, RolledBackOrStaleContainersDoNotReviveARevokedSigner)
+{
+    if (!HasFaketime()) {
+        GTEST_SKIP() << "faketime is not installed";
+    }
+    ASSERT_TRUE(Succeeded(Sign("regular", Manifest())));
+    const std::string leaf = SerialHex(DemoHierarchy("regular").leaf);
+    // Makes, `days` from now, a CRL of the regular root and a container of it in `name`.
+    const auto make = [&](const std::string& name, int days,
+                          const std::vector<std::string>& revoke) {
+        const std::string crl = (dir_ / (name + ".crl")).string();
+        std::vector<std::string> arguments{"--make-crl",
+                                           "--ca-cert",
+                                           DemoPki("regular/root.pem"),
+                                           "--ca-key",
+                                           DemoPki("regular/root.key"),
+                                           "--output",
+                                           crl};
+        for (const std::string& serial : revoke) {
+            arguments.insert(arguments.end(), {"--revoke", serial});
+        }
+        EXPECT_TRUE(Succeeded(RunProgram(Program::Sign, arguments, {}, At(days))));
+        boost::filesystem::create_directories(dir_ / name);
+        EXPECT_TRUE(Succeeded(
+            RunProgram(Program::Sign,
+                       {"--make-container", "--root", DemoPki("regular/root.pem"), "--output",
+                        (dir_ / name / crypto::lum::kContainerName).string(), crl},
+                       {}, At(days))));
+        return std::pair{(dir_ / name).string(), crl};
+    };
+    const auto [current, currentCrl] = make("current", 0, {leaf});
+    const auto [old, oldCrl] = make("old", -60, {});
+    const std::string stale = "is out of date: its next update was due ";
+    EXPECT_THAT(Flags(Check(Manifest(), {"--crl", current}), Manifest()),
+                ::testing::HasSubstr("|Revoked|"));
+    EXPECT_TRUE(Failed(Check(Manifest(), {"--crl", old}), stale));
+    EXPECT_TRUE(Failed(
+        RunProgram(Program::Checker, {"--crl", current, Manifest().string()}, {}, At(31)), stale));
+    // Nor does the signing tool pack the old CRL today.
+    const Path refused = dir_ / "refused.rdb";
+    EXPECT_TRUE(
+        Failed(RunProgram(Program::Sign, {"--make-container", "--root", DemoPki("regular/root.pem"),
+                                          "--output", refused.string(), oldCrl}),
+               "CRL " + oldCrl + " is out of date: its next update was due "));
+    EXPECT_FALSE(boost::filesystem::exists(refused));
 }
 
 TEST_F(SignatureTest, FileNameBindingFollowsTheSignatureType)

@@ -1,3 +1,5 @@
+#include <optional>
+
 #include <gtest/gtest.h>
 #include <lum/revocation.h>
 #include <lum/service.h>
@@ -35,6 +37,14 @@ protected:
                                        std::vector<std::uint64_t> serials = {})
     {
         return {hierarchy.HierarchyId(), hierarchy.Crl(serials)};
+    }
+
+    /// A CRL of `hierarchy`'s root, dated (in days from now) and signed as given.
+    static Bytes Dated(const Hierarchy& hierarchy, int thisUpdate, std::optional<int> nextUpdate,
+                       const char* digest = "SHA256")
+    {
+        return pki::MakeCrl(hierarchy.root, hierarchy.rootKey, {},
+                            {thisUpdate, nextUpdate, digest});
     }
 
     std::int32_t Create(const Bytes& container)
@@ -113,6 +123,15 @@ TEST_F(RevocationCheckerTest, RefusesContainersThatBreakTheRules)
         {"truncated CRL", BuildContainer({{A().HierarchyId(), truncatedCrl}}), lumErrInvalidFormat,
          0},
         {"empty identifier", BuildContainer({{{}, A().Crl({})}}), lumErrInvalidFormat, 0},
+        {"root's signature over SHA-1",
+         BuildContainer({Database(B()), {A().HierarchyId(), Dated(A(), -1, 30, "SHA1")}}),
+         lumErrInvalidSignature, 1},
+        {"out of date", BuildContainer({Database(B()), {A().HierarchyId(), Dated(A(), -40, -10)}}),
+         lumErrInvalidValue, 1},
+        {"not yet valid", BuildContainer({{A().HierarchyId(), Dated(A(), 2, 30)}}),
+         lumErrInvalidValue, 0},
+        {"no next update", BuildContainer({{A().HierarchyId(), Dated(A(), -1, std::nullopt)}}),
+         lumErrInvalidValue, 0},
     };
     for (const auto& refused : cases) {
         SCOPED_TRACE(refused.name);

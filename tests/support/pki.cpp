@@ -187,7 +187,7 @@ Certificate IssueCertificate(const CertificateOptions& options, const Key& subje
 }
 
 Blob MakeCrl(const Certificate& issuer, const Key& issuerKey,
-             const std::vector<std::uint64_t>& revokedSerials)
+             const std::vector<std::uint64_t>& revokedSerials, const CrlOptions& options)
 {
     const std::unique_ptr<X509_CRL, decltype(&X509_CRL_free)> crl(
         Check(X509_CRL_new(), "X509_CRL_new"), X509_CRL_free);
@@ -195,8 +195,12 @@ Blob MakeCrl(const Certificate& issuer, const Key& issuerKey,
     Check(X509_CRL_set_issuer_name(crl.get(), X509_get_subject_name(issuer.get())), "CRL issuer");
     const std::unique_ptr<ASN1_TIME, decltype(&ASN1_TIME_free)> time(
         Check(ASN1_TIME_new(), "ASN1_TIME_new"), ASN1_TIME_free);
-    Check(X509_CRL_set1_nextUpdate(crl.get(), Adjust(time.get(), 30)), "nextUpdate");
-    Check(X509_CRL_set1_lastUpdate(crl.get(), Adjust(time.get(), -1)), "lastUpdate");
+    if (options.nextUpdateDays) {
+        Check(X509_CRL_set1_nextUpdate(crl.get(), Adjust(time.get(), *options.nextUpdateDays)),
+              "nextUpdate");
+    }
+    Check(X509_CRL_set1_lastUpdate(crl.get(), Adjust(time.get(), options.thisUpdateDays)),
+          "lastUpdate");
     const std::unique_ptr<ASN1_INTEGER, decltype(&ASN1_INTEGER_free)> number(
         Check(ASN1_INTEGER_new(), "ASN1_INTEGER_new"), ASN1_INTEGER_free);
     for (const std::uint64_t serial : revokedSerials) {
@@ -207,7 +211,8 @@ Blob MakeCrl(const Certificate& issuer, const Key& issuerKey,
         Check(X509_REVOKED_set_revocationDate(entry, time.get()), "revocation date");
     }
     Check(X509_CRL_sort(crl.get()), "X509_CRL_sort");
-    Check(X509_CRL_sign(crl.get(), issuerKey.get(), EVP_sha256()), "X509_CRL_sign");
+    Check(X509_CRL_sign(crl.get(), issuerKey.get(), EVP_get_digestbyname(options.digest)),
+          "X509_CRL_sign");
     return ToDerOf<X509_CRL, i2d_X509_CRL>(crl.get());
 }
 

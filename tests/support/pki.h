@@ -69,10 +69,17 @@ CertificateOptions LeafOptions(const std::string& commonName, std::uint64_t seri
 Certificate IssueCertificate(const CertificateOptions& options, const Key& subjectKey,
                              const Certificate* issuer, const Key& issuerKey);
 
+/// How MakeCrl dates and signs a CRL; days are relative to now.
+struct CrlOptions {
+    int thisUpdateDays = -1;
+    std::optional<int> nextUpdateDays = 30;  ///< none leaves nextUpdate out
+    const char* digest = "SHA256";
+};
+
 /// A DER X.509 v2 CRL issued by `issuer`, signed with `issuerKey`, listing
-/// `revokedSerials`, issued yesterday and due in 30 days.
+/// `revokedSerials`, issued yesterday and due in 30 days unless `options` say otherwise.
 Blob MakeCrl(const Certificate& issuer, const Key& issuerKey,
-             const std::vector<std::uint64_t>& revokedSerials);
+             const std::vector<std::uint64_t>& revokedSerials, const CrlOptions& options = {});
 
 /// How SignLum builds the CMS.
 struct SignOptions {

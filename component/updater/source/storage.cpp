@@ -46,7 +46,7 @@ zel::Result Inflate(const std::vector<std::uint8_t>& compressed, std::vector<std
             break;
         }
         const std::size_t produced = sizeof(chunk) - stream.avail_out;
-        if (plain.size() + produced > kMaxInflatedSize) {
+        if (plain.size() + produced > kMaxContainerSize) {
             result = zel::kTooLarge;
             break;
         }
@@ -80,16 +80,16 @@ public:
         if (zel::Failed(result = file->Seek(0, zel::SeekOrigin::Begin, &position))) {
             return result;
         }
-        if (!IsCompressed(header, read)) {
-            io = std::move(file);
-            return zel::kOk;
-        }
         std::uint64_t size = 0;
         if (zel::Failed(result = file->GetSize(&size))) {
             return result;
         }
-        if (size > kMaxInflatedSize) {
+        if (size > kMaxContainerSize) {
             return zel::kTooLarge;
+        }
+        if (!IsCompressed(header, read)) {
+            io = std::move(file);
+            return zel::kOk;
         }
         std::vector<std::uint8_t> compressed(static_cast<std::size_t>(size));
         std::size_t total = 0;

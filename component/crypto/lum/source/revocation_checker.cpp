@@ -2,11 +2,15 @@
 
 #include <algorithm>
 #include <new>
+#include <string>
 
 #include <openssl/err.h>
 
+#include "crl_signature.h"
 #include "library.h"
+#include "lum/crl_currency.h"
 #include "lum/result.h"
+#include "lum/service.h"
 #include "x509_util.h"
 
 namespace crypto::lum {
@@ -37,18 +41,27 @@ std::int32_t AddEntries(std::span<const ByteSpan> roots, bool required,
     return lumOk;
 }
 
-/// A database is accepted only when its CRL names the root as issuer and
-/// carries the root key's signature.
-bool IsSignedByRoot(X509_CRL& crl, X509& root)
+/// Why a CRL that is not current is refused, for people: its root and the date at fault.
+std::string DescribeCurrency(CrlCurrency currency, const X509_CRL& crl, const X509& root)
 {
-    EVP_PKEY* key = X509_get0_pubkey(&root);
-    return key != nullptr &&
-           X509_NAME_cmp(X509_CRL_get_issuer(&crl), X509_get_subject_name(&root)) == 0 &&
-           X509_CRL_verify(&crl, key) == 1;
+    const std::string database = "Revocation database of root \"" +
+                                 NameText(*X509_get_subject_name(&root)) + "\" (serial " +
+                                 Hex(SerialMagnitude(root)) + ")";
+    switch (currency) {
+    case CrlCurrency::NotYetValid:
+        return database + " is not yet valid: it is dated " +
+               TimeText(X509_CRL_get0_lastUpdate(&crl)) + " UTC";
+    case CrlCurrency::NoNextUpdate:
+        return database + " has no next update date, so it would never go out of date";
+    default:
+        return database + " is out of date: its next update was due " +
+               TimeText(X509_CRL_get0_nextUpdate(&crl)) + " UTC";
+    }
 }
 
+/// `detail` gets the description of a CRL that is not current.
 std::int32_t LoadDatabases(ByteSpan container, const LumRevocationReporter& reporter,
-                           std::vector<RevocationChecker::Entry>& entries)
+                           std::vector<RevocationChecker::Entry>& entries, std::string& detail)
 {
     const auto databases = ParseContainer(container);
     if (!databases) {
@@ -77,16 +90,29 @@ std::int32_t LoadDatabases(ByteSpan container, const LumRevocationReporter& repo
                    lumErrRdbAlreadyExists);
             return lumErrRdbAlreadyExists;
         }
-        X509CrlPtr crl = ParseCrl(database.crl);
+        // The signature is checked over the raw bytes before anything is
+        // decoded: an unsigned CRL must not cost the memory of its entries.
+        const auto parts = SplitCrl(database.crl);
+        if (parts && !IsSignedBy(*parts, *entry->root)) {
+            Report(reporter, "Failed to verify signature of revocation database.",
+                   database.hierarchyId, index, lumErrInvalidSignature);
+            return lumErrInvalidSignature;
+        }
+        X509CrlPtr crl = parts ? ParseCrl(database.crl) : nullptr;
         if (!crl) {
             Report(reporter, "Failed to load revocation database.", database.hierarchyId, index,
                    lumErrInvalidFormat);
             return lumErrInvalidFormat;
         }
-        if (!IsSignedByRoot(*crl, *entry->root)) {
-            Report(reporter, "Failed to verify signature of revocation database.",
-                   database.hierarchyId, index, lumErrInvalidSignature);
-            return lumErrInvalidSignature;
+        // An outdated CRL could be an old copy without the latest revocations.
+        const CrlCurrency currency = GetCrlCurrency(*crl);
+        if (currency != CrlCurrency::Current) {
+            Report(reporter,
+                   currency == CrlCurrency::NotYetValid ? "Revocation database is not yet valid."
+                                                        : "Revocation database is out of date.",
+                   database.hierarchyId, index, lumErrInvalidValue);
+            detail = DescribeCurrency(currency, *crl, *entry->root);
+            return lumErrInvalidValue;
         }
         const STACK_OF(X509_REVOKED)* revoked = X509_CRL_get_REVOKED(crl.get());
         entry->info.hierarchyId = entry->hierarchyId;
@@ -123,11 +149,12 @@ X509_CRL* RevocationChecker::FindCrl(const X509& root) const
     return nullptr;
 }
 
-std::int32_t LumCreateRevocationChecker(std::span<const ByteSpan> requiredRoots,
-                                        std::span<const ByteSpan> optionalRoots,
-                                        std::uint32_t /*flags*/, ByteSpan container,
-                                        const LumRevocationReporter& reporter,
-                                        ILumRevocationCheckerPtr& checker)
+namespace {
+
+std::int32_t CreateChecker(std::span<const ByteSpan> requiredRoots,
+                           std::span<const ByteSpan> optionalRoots, ByteSpan container,
+                           const LumRevocationReporter& reporter, ILumRevocationCheckerPtr& checker,
+                           std::string& detail)
 {
     if (!IsLibraryInitialized()) {
         return lumErrNotInitialized;
@@ -143,7 +170,7 @@ std::int32_t LumCreateRevocationChecker(std::span<const ByteSpan> requiredRoots,
             result = AddEntries(optionalRoots, false, entries);
         }
         if (result == lumOk && !container.empty()) {
-            result = LoadDatabases(container, reporter, entries);
+            result = LoadDatabases(container, reporter, entries, detail);
         }
         ERR_clear_error();
         if (result == lumOk) {
@@ -153,6 +180,40 @@ std::int32_t LumCreateRevocationChecker(std::span<const ByteSpan> requiredRoots,
     } catch (const std::bad_alloc&) {
         return lumErrBadAlloc;
     }
+}
+
+}  // namespace
+
+std::int32_t LumCreateRevocationChecker(std::span<const ByteSpan> requiredRoots,
+                                        std::span<const ByteSpan> optionalRoots,
+                                        std::uint32_t /*flags*/, ByteSpan container,
+                                        const LumRevocationReporter& reporter,
+                                        ILumRevocationCheckerPtr& checker)
+{
+    std::string detail;
+    return CreateChecker(requiredRoots, optionalRoots, container, reporter, checker, detail);
+}
+
+std::int32_t LumCheckRevocationContainer(std::span<const ByteSpan> requiredRoots,
+                                         std::span<const ByteSpan> optionalRoots,
+                                         ByteSpan container, std::string& reason)
+{
+    reason.clear();
+    if (LumInitializeLibrary() != lumOk) {
+        return lumErrNotInitialized;
+    }
+    const LibraryReference library;
+    std::string message;
+    ILumRevocationCheckerPtr checker;
+    const std::int32_t result = CreateChecker(
+        requiredRoots, optionalRoots, container,
+        [&message](const char* text, const std::uint8_t*, std::size_t, std::uint32_t,
+                   std::int32_t) { message = text; },
+        checker, reason);
+    if (result != lumOk && reason.empty()) {
+        reason = message.empty() ? LumResultName(result) : message;
+    }
+    return result;
 }
 
 }  // namespace crypto::lum

@@ -3,8 +3,10 @@
 #include <climits>
 #include <ctime>
 
+#include <openssl/bio.h>
 #include <openssl/evp.h>
 #include <openssl/objects.h>
+#include <openssl/x509.h>
 
 namespace crypto::lum {
 
@@ -57,7 +59,12 @@ const EVP_MD* SupportedDigest(const X509_ALGOR& algorithm)
 {
     const ASN1_OBJECT* oid = nullptr;
     X509_ALGOR_get0(&oid, nullptr, nullptr, &algorithm);
-    switch (OBJ_obj2nid(oid)) {
+    return SupportedDigest(OBJ_obj2nid(oid));
+}
+
+const EVP_MD* SupportedDigest(int nid)
+{
+    switch (nid) {
     case NID_sha256:
         return EVP_sha256();
     case NID_sha384:
@@ -109,6 +116,17 @@ std::vector<int> RevokedDepths(X509_CRL& crl, STACK_OF(X509) & chain)
         }
     }
     return depths;
+}
+
+std::string NameText(const X509_NAME& name)
+{
+    const BioPtr bio(BIO_new(BIO_s_mem()));
+    if (!bio || X509_NAME_print_ex(bio.get(), &name, 0, XN_FLAG_RFC2253) < 0) {
+        return "?";
+    }
+    char* data = nullptr;
+    const long size = BIO_get_mem_data(bio.get(), &data);
+    return size > 0 ? std::string(data, static_cast<std::size_t>(size)) : std::string();
 }
 
 std::string TimeText(const ASN1_TIME* time)

@@ -30,11 +30,15 @@ const EVP_MD* SupportedDigest(const X509_ALGOR& algorithm);
 /// digest (ecdsa-with-SHA1 beside SHA-256), which verification would ignore.
 const EVP_MD* SignerInfoDigest(const X509_ALGOR* digestAlgorithm,
                                const X509_ALGOR* signatureAlgorithm);
+/// The same for a digest's NID.
+const EVP_MD* SupportedDigest(int nid);
 /// Upper-case hex of `bytes`.
 std::string Hex(ByteSpan bytes);
 /// Depths of the certificates of `chain` (leaf first, root last) that `crl`
 /// lists; the root itself is never looked up.
 std::vector<int> RevokedDepths(X509_CRL& crl, STACK_OF(X509) & chain);
+/// A name as RFC 2253 text, e.g. "CN=Root,O=Maker".
+std::string NameText(const X509_NAME& name);
 /// "YYYY-MM-DD HH:MM:SS" of an ASN.1 time, or "?" when it does not convert.
 std::string TimeText(const ASN1_TIME* time);
 

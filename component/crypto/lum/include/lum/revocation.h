@@ -47,12 +47,23 @@ using LumRevocationReporter =
 /// each database must be a CRL issued and signed by the root whose serial it
 /// names; databases of other roots are skipped. An empty container loads
 /// nothing and requires nothing. Otherwise every required root needs a
-/// database (lumErrRdbAbsent); a second one for a root is lumErrRdbAlreadyExists.
-/// `flags` is reserved (0). The reporter may be empty. Returns a LumResult.
+/// database (lumErrRdbAbsent); a second one for a root is lumErrRdbAlreadyExists;
+/// a CRL whose nextUpdate has passed or is absent, or whose thisUpdate lies in
+/// the future, is lumErrInvalidValue. A CRL's signature is verified before its
+/// entries are decoded. `flags` is reserved (0). The reporter may be empty.
+/// Returns a LumResult.
 std::int32_t LumCreateRevocationChecker(std::span<const ByteSpan> requiredRoots,
                                         std::span<const ByteSpan> optionalRoots,
                                         std::uint32_t flags, ByteSpan container,
                                         const LumRevocationReporter& reporter,
                                         ILumRevocationCheckerPtr& checker);
+
+/// Loads `container` as LumCreateRevocationChecker does, to tell people why
+/// it fails: returns the LumResult and, on failure, stores in `reason` one
+/// line; for lumErrInvalidValue it names the root (subject and serial) and
+/// the date that puts the CRL out of force. Takes a library reference itself.
+std::int32_t LumCheckRevocationContainer(std::span<const ByteSpan> requiredRoots,
+                                         std::span<const ByteSpan> optionalRoots,
+                                         ByteSpan container, std::string& reason);
 
 }  // namespace crypto::lum
