@@ -74,7 +74,7 @@ TEST_F(HostileFileTest, ChecksOfOddFilesFailWithTheReason)
         "<Manifest>\n" + entry(Name("fifo"), sha) + entry(Name("socket"), value) +
         entry("/dev/zero", value) + entry(Name("directory"), sha) + entry(Name("loop1"), sha) +
         entry(Name("sparse"), value) + entry(Name("value17m"), value) +
-        entry("/proc/self/pagemap", sha) + entry("/proc/self/status", value) +
+        entry("/proc/self/pagemap", sha) + entry("/proc/version", value) +
         entry(longPath_, "<Check type=\"Value\" value=\"bG9uZw==\"/>") +
         entry(Name("new") + "&#10;line", "<Check type=\"Value\" value=\"bmV3bGluZQ==\"/>") +
         entry(Name("bad\xff\xfe"), "<Check type=\"Value\" value=\"Ynl0ZXM=\"/>") + "</Manifest>\n";
@@ -91,7 +91,7 @@ TEST_F(HostileFileTest, ChecksOfOddFilesFailWithTheReason)
         {Name("value17m"), "Object is too large"},
         // Sizes there say nothing: pagemap reports 0 and yields hundreds of GB.
         {"/proc/self/pagemap", "File is on a pseudo file system"},
-        {"/proc/self/status", "File is on a pseudo file system"},
+        {"/proc/version", "File is on a pseudo file system"},
     };
     for (const auto& [path, why] : reasons) {
         EXPECT_TRUE(Failed(result, CannotRead(path, why) + "\n"));
@@ -123,7 +123,7 @@ TEST_F(HostileFileTest, SingleFileValues)
         {"-y", Name("fifo"), 1, "Can't read or access file " + Name("fifo")},
         {"-x", "/dev/zero", 1, "Can't read or access file /dev/zero"},
         {"-z", Name("directory"), 1, "Can't read or access file " + Name("directory")},
-        {"-z", "/proc/self/status", 1, "Reason: File is on a pseudo file system"},
+        {"-z", "/proc/version", 1, "Reason: File is on a pseudo file system"},
         {"--calc-hash-sha256", "/proc/self/pagemap", 1, "Reason: File is on a pseudo file system"},
     };
     for (const auto& c : cases) {
