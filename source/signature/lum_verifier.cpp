@@ -1,5 +1,6 @@
 #include "signature/lum_verifier.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -11,6 +12,8 @@
 #include <lum/revocation.h>
 #include <lum/service.h>
 #include <updater/storage.h>
+#include <zel/available_memory.h>
+#include <zel/exception.h>
 #include <zel/file_io.h>
 
 #include "exception.h"
@@ -121,6 +124,13 @@ void LumSignatureVerifier::Verify(const Path& file, Blob& content) const
     zel::IIOPtr io;
     if (zel::Failed(zel::FileIO::Open(file.string(), zel::OpenMode::Read, io))) {
         ICT_THROW("Can't create IO from file %1%", file.string());
+    }
+    // The file is held whole, and its signature decoded on top of it.
+    std::uint64_t size = 0;
+    if (zel::Succeeded(io->GetSize(&size)) &&
+        !zel::FitsInMemory(size + std::min<std::uint64_t>(size, crypto::lum::kMaxSignatureSize) *
+                                      crypto::lum::kMemoryPerSignatureByte)) {
+        ZEL_CHECK(zel::kOutOfMemory);
     }
     // The bytes verified are the bytes handed on: the file is read once, so
     // swapping it after the check cannot smuggle in other content.

@@ -74,6 +74,7 @@ TEST_F(HostileFileTest, ChecksOfOddFilesFailWithTheReason)
         "<Manifest>\n" + entry(Name("fifo"), sha) + entry(Name("socket"), value) +
         entry("/dev/zero", value) + entry(Name("directory"), sha) + entry(Name("loop1"), sha) +
         entry(Name("sparse"), value) + entry(Name("value17m"), value) +
+        entry("/proc/self/pagemap", sha) + entry("/proc/version", value) +
         entry(longPath_, "<Check type=\"Value\" value=\"bG9uZw==\"/>") +
         entry(Name("new") + "&#10;line", "<Check type=\"Value\" value=\"bmV3bGluZQ==\"/>") +
         entry(Name("bad\xff\xfe"), "<Check type=\"Value\" value=\"Ynl0ZXM=\"/>") + "</Manifest>\n";
@@ -88,12 +89,15 @@ TEST_F(HostileFileTest, ChecksOfOddFilesFailWithTheReason)
         {Name("loop1"), "Too many levels of symbolic links"},
         {Name("sparse"), "Object is too large"},
         {Name("value17m"), "Object is too large"},
+        // Sizes there say nothing: pagemap reports 0 and yields hundreds of GB.
+        {"/proc/self/pagemap", "File is on a pseudo file system"},
+        {"/proc/version", "File is on a pseudo file system"},
     };
     for (const auto& [path, why] : reasons) {
         EXPECT_TRUE(Failed(result, CannotRead(path, why) + "\n"));
     }
     // The long path and the odd names are files like any other.
-    EXPECT_NE(result.out.find("\tFiles: 7 / 0 / 3\n"), std::string::npos)
+    EXPECT_NE(result.out.find("\tFiles: 9 / 0 / 3\n"), std::string::npos)
         << result.out << result.err;
 }
 
@@ -119,6 +123,8 @@ TEST_F(HostileFileTest, SingleFileValues)
         {"-y", Name("fifo"), 1, "Can't read or access file " + Name("fifo")},
         {"-x", "/dev/zero", 1, "Can't read or access file /dev/zero"},
         {"-z", Name("directory"), 1, "Can't read or access file " + Name("directory")},
+        {"-z", "/proc/version", 1, "Reason: File is on a pseudo file system"},
+        {"--calc-hash-sha256", "/proc/self/pagemap", 1, "Reason: File is on a pseudo file system"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(std::string(c.option) + " " + c.path);
@@ -128,6 +134,26 @@ TEST_F(HostileFileTest, SingleFileValues)
         } else {
             EXPECT_TRUE(Failed(result, c.text));
         }
+    }
+}
+
+// A manifest that reports size 0 and never ends is refused when opened.
+TEST(PseudoFileManifestTest, ManifestsOnPseudoFileSystemsAreRefused)
+{
+    const std::string pagemap = "/proc/self/pagemap";
+    const std::string pseudo = "(File is on a pseudo file system)";
+    const struct {
+        Program program;
+        std::vector<std::string> arguments;
+        std::string message;
+    } runs[] = {
+        {Program::Checker, {pagemap}, "Can't create IO from file " + pagemap},
+        {Program::Tester, {"--without-signature", pagemap}, pseudo},
+        {Program::CheckTool, {"-n", "-m", pagemap}, pseudo},
+    };
+    for (const auto& run : runs) {
+        SCOPED_TRACE(run.arguments.front());
+        EXPECT_TRUE(Failed(RunProgram(run.program, run.arguments), run.message));
     }
 }
 

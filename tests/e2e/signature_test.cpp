@@ -46,6 +46,59 @@ std::string Text(const Blob& bytes)
     return std::string(bytes.begin(), bytes.end());
 }
 
+/// DER of an element: tag, definite length, content.
+std::string Tlv(std::uint8_t tag, const std::string& content)
+{
+    std::string length;
+    for (std::size_t n = content.size(); n != 0; n >>= 8) {
+        length.insert(length.begin(), static_cast<char>(n & 0xFF));
+    }
+    length = content.size() < 0x80 ? std::string(1, static_cast<char>(content.size()))
+                                   : static_cast<char>(0x80 | length.size()) + length;
+    return static_cast<char>(tag) + length + content;
+}
+
+/// The length of the header of the element at `at`, and of its content.
+std::pair<std::size_t, std::size_t> Header(const std::string& der, std::size_t at)
+{
+    const auto first = static_cast<std::uint8_t>(der.at(at + 1));
+    if ((first & 0x80) == 0) {
+        return {2, first};
+    }
+    std::size_t length = 0;
+    for (std::size_t i = 0; i < (first & 0x7Fu); ++i) {
+        length = (length << 8) | static_cast<std::uint8_t>(der.at(at + 2 + i));
+    }
+    return {2 + (first & 0x7Fu), length};
+}
+
+std::string Content(const std::string& element)
+{
+    const auto [header, length] = Header(element, 0);
+    return element.substr(header, length);
+}
+
+/// The whole encodings of the elements that fill `content`.
+std::vector<std::string> Elements(const std::string& content)
+{
+    std::vector<std::string> elements;
+    for (std::size_t at = 0; at < content.size();) {
+        const auto [header, length] = Header(content, at);
+        elements.push_back(content.substr(at, header + length));
+        at += header + length;
+    }
+    return elements;
+}
+
+std::string Repeat(const std::string& element, std::size_t times)
+{
+    std::string out;
+    for (std::size_t i = 0; i < times; ++i) {
+        out += element;
+    }
+    return out;
+}
+
 class SignatureTest : public SignedProductTest {
 protected:
     ProcessResult Sign(const std::string& set, const Path& file,
@@ -144,6 +197,69 @@ TEST_F(SignatureTest, DamagedSignedFilesAreRefused)
         SCOPED_TRACE(name);
         WriteFile(Manifest(), bytes);
         EXPECT_EQ(Flags(Check(Manifest()), Manifest()), "|MalformedContent|");
+    }
+}
+
+// What nobody signs (certificates, CRLs, unsigned attributes) can be grown
+// without breaking the signature; past its bounds it is refused undecoded.
+TEST_F(SignatureTest, UnsignedPartsPastTheirBoundsAreRefused)
+{
+    ASSERT_TRUE(Succeeded(Sign("regular", Manifest())));
+    const std::string signedFile = ReadFile(Manifest());
+    const std::string crl = Text(DemoHierarchy("regular").Crl({}));
+    // SignedData fields: version, digestAlgorithms, encapContentInfo, [0]
+    // certificates (leaf, intermediate), signerInfos.
+    using Fields = std::vector<std::string>;
+    const auto certificates = [](std::size_t copies) {
+        return [copies](Fields& fields) {
+            fields[3] =
+                Tlv(0xA0, Content(fields[3]) + Repeat(Elements(Content(fields[3]))[1], copies));
+        };
+    };
+    const auto unsignedAttributes = [](std::size_t count, std::size_t values,
+                                       const std::string& value = std::string("\x05\x00", 2)) {
+        return [=](Fields& fields) {
+            const std::string attribute =
+                Tlv(0x30, Tlv(0x06, "\x2A\x03\x04") + Tlv(0x31, Repeat(value, values)));
+            const std::string signerInfo = Content(Elements(Content(fields.back()))[0]);
+            fields.back() = Tlv(0x31, Tlv(0x30, signerInfo + Tlv(0xA1, Repeat(attribute, count))));
+        };
+    };
+    const struct {
+        const char* name;
+        std::function<void(Fields&)> edit;
+        bool verifies;
+    } cases[] = {
+        {"16 certificates", certificates(14), true},
+        {"17 certificates", certificates(15), false},
+        {"a CRL", [&](Fields& fields) { fields.insert(fields.end() - 1, Tlv(0xA1, crl)); }, false},
+        {"5 digest algorithms",
+         [](Fields& fields) { fields[1] = Tlv(0x31, Repeat(Content(fields[1]), 5)); }, false},
+        {"4 unsigned attributes of 4 values", unsignedAttributes(4, 4), true},
+        {"5 unsigned attributes", unsignedAttributes(5, 1), false},
+        {"an attribute of 5 values", unsignedAttributes(1, 5), false},
+        {"more than 1 MiB", unsignedAttributes(1, 1, Tlv(0x04, std::string(1 << 20, 'j'))), false},
+    };
+    const std::size_t derSize = signedFile.size() - content_.size() - crypto::lum::kTrailerSize;
+    const std::vector<std::string> info =
+        Elements(Content(signedFile.substr(content_.size(), derSize)));
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        Fields fields = Elements(Content(Content(info[1])));
+        ASSERT_EQ(fields.size(), 5u);
+        c.edit(fields);
+        std::string fieldBytes;
+        for (const std::string& field : fields) {
+            fieldBytes += field;
+        }
+        const std::string der = Tlv(0x30, info[0] + Tlv(0xA0, Tlv(0x30, fieldBytes)));
+        const auto trailer = crypto::lum::MakeTrailer(static_cast<std::uint32_t>(der.size()));
+        WriteFile(Manifest(), content_ + der + std::string(trailer.begin(), trailer.end()));
+        if (c.verifies) {
+            EXPECT_TRUE(Succeeded(Check(Manifest()), kSummaryOk));
+        } else {
+            EXPECT_EQ(Flags(Check(Manifest()), Manifest()), "|MalformedContent|");
+        }
     }
 }
 

@@ -83,5 +83,44 @@ TEST(FileIOTest, ReadsAndSeeksGiveTheFileBytes)
     ASSERT_EQ(open("large")->Read(buffer, sizeof buffer, &got), kOk);
 }
 
+// A file never yields more than its size at opening, on any read path: one
+// that grows is an error, not an endless stream.
+TEST(FileIOTest, FilesThatGrowWhileReadFail)
+{
+    TempDir dir;
+    const struct {
+        const char* path;
+        std::size_t size;
+        std::size_t readAhead;
+        std::size_t chunk;
+    } cases[] = {
+        {"buffered", 100'000, 4096, 1000},
+        {"direct", 100'000, 4096, 70'000},
+        {"whole", 100, FileIO::kDefaultReadAhead, 4096},
+        {"background", FileIO::kBackgroundReadSize + 10, FileIO::kDefaultReadAhead, 65536},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.path);
+        const std::string path = (dir / c.path).string();
+        WriteFile(path, std::string(c.size, 'a'));
+        IIOPtr io;
+        ASSERT_EQ(FileIO::Open(path, OpenMode::Read, io, c.readAhead), kOk);
+        WriteFile(path, std::string(c.size + 1, 'b'));
+        std::string buffer(c.chunk, '\0');
+        std::uint64_t total = 0;
+        Result result = kOk;
+        for (std::size_t got = 1; result == kOk && got != 0; total += got) {
+            got = 0;
+            result = io->Read(buffer.data(), buffer.size(), &got);
+        }
+        EXPECT_EQ(result, kChangedWhileRead);
+        EXPECT_LE(total, c.size);
+    }
+    IIOPtr io;
+    EXPECT_EQ(FileIO::Open("/proc/self/pagemap", OpenMode::Read, io), kPseudoFile);
+    EXPECT_EQ(ResultMessage(kPseudoFile), "File is on a pseudo file system");
+    EXPECT_EQ(ResultMessage(kChangedWhileRead), "File changed while being read");
+}
+
 }  // namespace
 }  // namespace zel

@@ -2,12 +2,13 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 
 namespace zel {
 
-BlockReader::BlockReader(int fd, std::size_t blockSize, std::size_t blocks)
-    : blockSize_(blockSize), blocks_(blocks), fd_(fd)
+BlockReader::BlockReader(int fd, std::size_t blockSize, std::size_t blocks, std::uint64_t limit)
+    : blockSize_(blockSize), blocks_(blocks), fd_(fd), left_(limit)
 {
     for (Block& block : blocks_) {
         block.data.reset(new unsigned char[blockSize]);
@@ -39,10 +40,15 @@ void BlockReader::Run()
             block = free_.front();
             free_.pop_front();
         }
+        const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(blockSize_, left_));
         ssize_t got = 0;
-        do {
-            got = ::read(fd_, block->data.get(), blockSize_);
-        } while (got < 0 && errno == EINTR);
+        while (wanted != 0) {
+            got = ::read(fd_, block->data.get(), wanted);
+            if (got >= 0 || errno != EINTR) {
+                break;
+            }
+        }
+        left_ -= got > 0 ? static_cast<std::uint64_t>(got) : 0;
         block->result = got < 0 ? ResultFromErrno(errno) : kOk;
         block->size = got < 0 ? 0 : static_cast<std::size_t>(got);
         const bool last = block->size == 0;

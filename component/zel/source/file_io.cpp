@@ -2,12 +2,15 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/vfs.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <new>
+
+#include <linux/magic.h>
 
 namespace zel {
 
@@ -20,6 +23,29 @@ Result LastError()
 
 constexpr std::size_t kBackgroundBlock = 1024 * 1024;
 constexpr std::size_t kBackgroundBlocks = 4;
+
+/// Kernel file systems whose regular files report a size unrelated to what
+/// they yield (/proc/self/pagemap: 0, then hundreds of GB).
+bool OnPseudoFileSystem(int fd)
+{
+    struct statfs system {};
+    if (::fstatfs(fd, &system) != 0) {
+        return false;
+    }
+    // f_type differs in width and signedness between architectures.
+    switch (static_cast<std::uint32_t>(system.f_type)) {
+    case PROC_SUPER_MAGIC:
+    case SYSFS_MAGIC:
+    case DEBUGFS_MAGIC:
+    case TRACEFS_MAGIC:
+    case SECURITYFS_MAGIC:
+    case CGROUP_SUPER_MAGIC:
+    case CGROUP2_SUPER_MAGIC:
+        return true;
+    default:
+        return false;
+    }
+}
 
 }  // namespace
 
@@ -51,6 +77,10 @@ Result FileIO::Open(const std::string& path, OpenMode mode, IIOPtr& io, std::siz
         ::close(fd);
         return S_ISDIR(status.st_mode) ? ResultFromErrno(EISDIR) : kNotRegularFile;
     }
+    if (mode == OpenMode::Read && OnPseudoFileSystem(fd)) {
+        ::close(fd);
+        return kPseudoFile;
+    }
     // O_NONBLOCK stays set: it has no effect on regular files. Read-ahead
     // advice pays off only for large files; small ones would just cost a call.
     if (mode == OpenMode::Read && status.st_size >= (off_t{1} << 20)) {
@@ -68,8 +98,9 @@ Result FileIO::Open(const std::string& path, OpenMode mode, IIOPtr& io, std::siz
     if (mode == OpenMode::Read &&
         static_cast<std::uint64_t>(status.st_size) >= kBackgroundReadSize) {
         try {
-            file->background_ =
-                std::make_unique<BlockReader>(fd, kBackgroundBlock, kBackgroundBlocks);
+            // One byte past the size tells a file that grew from one that ended.
+            file->background_ = std::make_unique<BlockReader>(fd, kBackgroundBlock,
+                                                              kBackgroundBlocks, file->limit_ + 1);
         } catch (const std::exception&) {
             // No thread or no memory for it: the file is read in place.
         }
@@ -78,7 +109,7 @@ Result FileIO::Open(const std::string& path, OpenMode mode, IIOPtr& io, std::siz
 }
 
 FileIO::FileIO(int fd, std::uint64_t size, std::size_t readAhead)
-    : fd_(fd), size_(size),
+    : fd_(fd), size_(size), limit_(size),
       // One byte more than the file lets the first fill see the end too.
       capacity_(static_cast<std::size_t>(std::min<std::uint64_t>(readAhead, size + 1)))
 {
@@ -108,8 +139,9 @@ Result FileIO::ReadBackground(void* buffer, std::size_t size, std::size_t* bytes
     if (block_ == nullptr) {
         block_ = background_->Next();
         blockOffset_ = 0;
-        if (block_->size == 0) {
-            backgroundResult_ = block_->result;
+        received_ += block_->size;
+        if (block_->size == 0 || received_ > limit_) {
+            backgroundResult_ = block_->size == 0 ? block_->result : kChangedWhileRead;
             backgroundEnded_ = true;
             background_->Release(block_);
             block_ = nullptr;
@@ -140,20 +172,39 @@ Result FileIO::Fill()
     if (drained_) {
         return kOk;
     }
+    const std::size_t wanted = Allowance(capacity_);
     for (;;) {
-        const ssize_t got = ::read(fd_, buffer_.get(), capacity_);
+        const ssize_t got = ::read(fd_, buffer_.get(), wanted);
         if (got >= 0) {
+            position_ += static_cast<std::size_t>(got);
+            if (position_ > limit_) {
+                return Grown();
+            }
             end_ = static_cast<std::size_t>(got);
-            position_ += end_;
             // A short read that reaches the size seen at opening is the end:
             // asking again would cost a system call per small file.
-            drained_ = end_ < capacity_ && position_ >= size_;
+            drained_ = end_ < wanted && position_ >= limit_;
             return kOk;
         }
         if (errno != EINTR) {
             return LastError();
         }
     }
+}
+
+std::size_t FileIO::Allowance(std::size_t wanted) const
+{
+    // One byte past the size tells a file that grew from one that ended.
+    const std::uint64_t end = limit_ + 1;
+    return static_cast<std::size_t>(
+        std::min<std::uint64_t>(wanted, position_ < end ? end - position_ : 1));
+}
+
+Result FileIO::Grown()
+{
+    grown_ = true;
+    begin_ = end_ = 0;
+    return kChangedWhileRead;
 }
 
 Result FileIO::Read(void* buffer, std::size_t size, std::size_t* bytesRead)
@@ -165,6 +216,9 @@ Result FileIO::Read(void* buffer, std::size_t size, std::size_t* bytesRead)
     if (size == 0) {
         return kOk;
     }
+    if (grown_) {
+        return kChangedWhileRead;
+    }
     if (background_) {
         return ReadBackground(buffer, size, bytesRead);
     }
@@ -172,10 +226,13 @@ Result FileIO::Read(void* buffer, std::size_t size, std::size_t* bytesRead)
         if (size >= capacity_) {
             // Large reads go straight to the caller's buffer.
             for (;;) {
-                const ssize_t got = ::read(fd_, buffer, size);
+                const ssize_t got = ::read(fd_, buffer, Allowance(size));
                 if (got >= 0) {
+                    position_ += static_cast<std::size_t>(got);
+                    if (position_ > limit_) {
+                        return Grown();
+                    }
                     *bytesRead = static_cast<std::size_t>(got);
-                    position_ += *bytesRead;
                     return kOk;
                 }
                 if (errno != EINTR) {

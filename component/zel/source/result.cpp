@@ -37,6 +37,10 @@ std::string ResultMessage(Result result)
         return "Not a regular file";
     case kTooLarge:
         return "Object is too large";
+    case kPseudoFile:
+        return "File is on a pseudo file system";
+    case kChangedWhileRead:
+        return "File changed while being read";
     default:
         return "Unknown result code " + std::to_string(result);
     }

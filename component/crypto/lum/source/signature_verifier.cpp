@@ -12,6 +12,7 @@
 #include <openssl/x509v3.h>
 
 #include "lum/chain_policy.h"
+#include "signed_data_bounds.h"
 #include "x509_util.h"
 
 namespace crypto::lum {
@@ -141,7 +142,12 @@ std::int32_t LumSignatureVerifierImpl::Verify(ByteSpan object, const RequiredAtt
     // The whole object is in memory, so its offsets fit size_t.
     const auto contentSize = static_cast<std::size_t>(layout->contentSize);
     result.SetContentSize(layout->contentSize);
-    const CmsPtr cms = ParseCms(object.subspan(contentSize, layout->derSize));
+    const ByteSpan der = object.subspan(contentSize, layout->derSize);
+    const char* excess = SignedDataExcess(der);
+    if (excess != nullptr) {
+        Trace(kTraceDebug, "Signature refused before decoding: %1%", excess);
+    }
+    const CmsPtr cms = excess == nullptr ? ParseCms(der) : nullptr;
     CMS_SignerInfo* signerInfo = SoleSignerInfo(cms.get());
     if (signerInfo == nullptr) {
         result.AddFlags(flags::kMalformedContent);

@@ -24,9 +24,10 @@ public:
         Result result = kOk;   ///< a failure ends the blocks
     };
 
-    /// Starts the thread; throws std::system_error when it cannot, and
-    /// std::bad_alloc. The descriptor stays the caller's and must outlive this.
-    BlockReader(int fd, std::size_t blockSize, std::size_t blocks);
+    /// Starts the thread, which reads at most `limit` bytes; throws
+    /// std::system_error when it cannot, and std::bad_alloc. The descriptor
+    /// stays the caller's and must outlive this.
+    BlockReader(int fd, std::size_t blockSize, std::size_t blocks, std::uint64_t limit);
     /// Stops the thread; the descriptor's offset is then unspecified.
     ~BlockReader();
     BlockReader(const BlockReader&) = delete;
@@ -49,6 +50,7 @@ private:
     std::deque<Block*> filled_;
     bool stop_ = false;
     int fd_;
+    std::uint64_t left_;  // of the limit; the reader thread's alone
     std::thread thread_;  // last: starts once everything above exists
 };
 

@@ -17,7 +17,9 @@ enum class OpenMode {
 
 /// File stream over a POSIX descriptor. Opening for reading refuses
 /// anything but a regular file without blocking on FIFOs or devices, and
-/// reads ahead in large blocks so that small reads cost no system call.
+/// files of kernel pseudo file systems (kPseudoFile); reads ahead in large
+/// blocks so that small reads cost no system call. Reading never yields more
+/// than the size at opening: a file that grew fails with kChangedWhileRead.
 class FileIO final : public IIO {
 public:
     static constexpr std::size_t kDefaultReadAhead = 256 * 1024;
@@ -45,11 +47,16 @@ private:
     ~FileIO() override;
 
     Result Fill();
+    /// How much of `wanted` a read may ask for: up to one byte past the limit.
+    std::size_t Allowance(std::size_t wanted) const;
+    Result Grown();
     Result ReadBackground(void* buffer, std::size_t size, std::size_t* bytesRead);
     void StopBackground();
 
     int fd_;
     std::uint64_t size_;
+    std::uint64_t limit_;  // the size at opening, for reading
+    bool grown_ = false;
     // Allocated on first use, no larger than the file needs, not zeroed:
     // opening many small files must not cost a large buffer each.
     std::unique_ptr<unsigned char[]> buffer_;
@@ -62,6 +69,7 @@ private:
     BlockReader::Block* block_ = nullptr;      // the block being handed out
     std::size_t blockOffset_ = 0;
     std::uint64_t delivered_ = 0;  // bytes handed out by the background path
+    std::uint64_t received_ = 0;   // bytes the background path has read
     bool backgroundEnded_ = false;
     Result backgroundResult_ = kOk;
 };

@@ -20,6 +20,10 @@ inline constexpr Result kOutOfMemory = -4;
 inline constexpr Result kUnexpectedEnd = -5;
 inline constexpr Result kNotRegularFile = -6;
 inline constexpr Result kTooLarge = -7;
+/// procfs, sysfs and the like: sizes there say nothing of what reading yields.
+inline constexpr Result kPseudoFile = -8;
+/// More bytes than the file held when it was opened.
+inline constexpr Result kChangedWhileRead = -9;
 
 /// System errors travel as kSystemErrorBase - errno.
 inline constexpr Result kSystemErrorBase = -0x10000;

@@ -17,6 +17,13 @@ using ByteSpan = std::span<const std::uint8_t>;
 inline constexpr std::array<std::uint8_t, 8> kSignatureMagic{0x00, 0x4C, 0x55, 0x4D,
                                                              0x53, 0x49, 0x47, 0x01};
 inline constexpr std::size_t kTrailerSize = 4 + kSignatureMagic.size();
+/// Largest DER accepted: a chain of a dozen certificates and a time-stamp
+/// token take tens of KB; past this, decoding alone would cost too much.
+inline constexpr std::uint32_t kMaxSignatureSize = 1024 * 1024;
+/// Memory that verifying may take per byte of DER: the decoder's structures
+/// for the tiniest elements the bounds leave room for. A certificate whose
+/// name is a megabyte of empty RDNs, the worst found, takes about 40.
+inline constexpr std::uint64_t kMemoryPerSignatureByte = 64;
 
 /// Where the parts of a signed file lie.
 struct SignatureLayout {
