@@ -56,12 +56,13 @@ install(TARGETS integrity_checker integrity_check_tool RUNTIME DESTINATION "${CM
         COMPONENT checker)
 install(FILES "${PROJECT_BINARY_DIR}/man/integrity_checker.1.gz" "${PROJECT_BINARY_DIR}/man/integrity_check_tool.1.gz"
         DESTINATION "${ict_man_dir}" COMPONENT checker)
-install(FILES README.md docs/robustness.md DESTINATION "${CMAKE_INSTALL_DATADIR}/doc/integrity-checker"
+install(FILES README.md docs/robustness.md docs/security.md DESTINATION "${CMAKE_INSTALL_DATADIR}/doc/integrity-checker"
         COMPONENT checker)
 install(TARGETS integrity_sign integrity_tester RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT sign)
 install(FILES "${PROJECT_BINARY_DIR}/man/integrity_sign.1.gz" "${PROJECT_BINARY_DIR}/man/integrity_tester.1.gz"
         DESTINATION "${ict_man_dir}" COMPONENT sign)
-install(FILES README.md DESTINATION "${CMAKE_INSTALL_DATADIR}/doc/integrity-sign" COMPONENT sign)
+install(FILES README.md docs/robustness.md docs/security.md
+        DESTINATION "${CMAKE_INSTALL_DATADIR}/doc/integrity-sign" COMPONENT sign)
 
 # The package version is the programs' own without the build suffix.
 set(CPACK_PACKAGE_VERSION "${PROJECT_VERSION}")
