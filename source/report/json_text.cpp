@@ -64,15 +64,50 @@ std::string ValidUtf8(std::string_view bytes)
     return text;
 }
 
+bool IsValidUtf8(std::string_view bytes)
+{
+    for (std::size_t at = 0; at < bytes.size();) {
+        const std::size_t length = SequenceLength(bytes, at);
+        if (length == 0) {
+            return false;
+        }
+        at += length;
+    }
+    return true;
+}
+
 std::string JsonString(std::string_view text)
+{
+    std::string json;
+    AppendJsonString(json, text);
+    return json;
+}
+
+void AppendJsonString(std::string& json, std::string_view text)
 {
     static constexpr std::array<char, 16> kHex{'0', '1', '2', '3', '4', '5', '6', '7',
                                                '8', '9', 'a', 'b', 'c', 'd', 'e', 'f'};
-    const std::string valid = ValidUtf8(text);
-    std::string json = "\"";
-    json.reserve(valid.size() + 2);
-    for (const char c : valid) {
+    // Most text is plain: it is checked once and copied in runs.
+    std::string repaired;
+    for (const char c : text) {
+        if (static_cast<std::uint8_t>(c) >= 0x80) {
+            if (!IsValidUtf8(text)) {
+                repaired = ValidUtf8(text);
+                text = repaired;
+            }
+            break;
+        }
+    }
+    json += '"';
+    std::size_t run = 0;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const char c = text[i];
         const auto byte = static_cast<std::uint8_t>(c);
+        if (c != '"' && c != '\\' && byte >= 0x20 && byte != 0x7F) {
+            continue;
+        }
+        json.append(text.substr(run, i - run));
+        run = i + 1;
         switch (c) {
         case '"':
             json += "\\\"";
@@ -90,17 +125,13 @@ std::string JsonString(std::string_view text)
             json += "\\t";
             break;
         default:
-            if (byte < 0x20 || byte == 0x7F) {
-                json += "\\u00";
-                json += kHex[byte >> 4];
-                json += kHex[byte & 0xF];
-            } else {
-                json += c;
-            }
+            json += "\\u00";
+            json += kHex.at(byte >> 4);
+            json += kHex.at(byte & 0xF);
         }
     }
+    json.append(text.substr(run));
     json += '"';
-    return json;
 }
 
 }  // namespace integrity_check_tool

@@ -87,32 +87,48 @@ std::string MachineId()
     return id;
 }
 
-/// One JSON object built member by member.
+/// One JSON object built member by member; keys are plain ASCII.
 class JsonObject {
 public:
+    JsonObject() { text_.reserve(256); }
+
     JsonObject& Text(const char* key, std::string_view value)
     {
-        return Raw(key, JsonString(value));
+        Key(key);
+        AppendJsonString(text_, value);
+        return *this;
     }
-    JsonObject& Raw(const char* key, const std::string& json)
+    JsonObject& Raw(const char* key, std::string_view json)
     {
-        text_ += text_.empty() ? "{" : ",";
-        text_ += JsonString(key) + ":" + json;
+        Key(key);
+        text_ += json;
         return *this;
     }
     /// A path as "path" (valid UTF-8) and, when that lost bytes, "path_base64".
     JsonObject& Path(const std::string& path)
     {
         Text("path", path);
-        if (ValidUtf8(path) != path) {
+        if (!IsValidUtf8(path)) {
             Text("path_base64", Base64Encode(Blob(path.begin(), path.end())));
         }
         return *this;
     }
     std::string Object() const { return text_.empty() ? "{}" : text_ + "}"; }
-    std::string Line() const { return Object() + "\n"; }
+    /// Appends the object and a line feed to `lines`.
+    void AppendLine(std::string& lines) const
+    {
+        lines += text_.empty() ? "{" : text_;
+        lines += "}\n";
+    }
 
 private:
+    void Key(const char* key)
+    {
+        text_ += text_.empty() ? "{\"" : ",\"";
+        text_ += key;
+        text_ += "\":";
+    }
+
     std::string text_;
 };
 
@@ -149,8 +165,11 @@ public:
     void AddManifest(const std::string& path, const SignatureDetails& details,
                      const std::optional<std::string>& failure) override
     {
-        manifest_ = path;
+        manifest_ = JsonString(path);
         manifests_.emplace_back(path, !failure);
+        if (!targets_.report) {
+            return;
+        }
         JsonObject record;
         record.Text("record", "manifest")
             .Path(path)
@@ -166,14 +185,17 @@ public:
         if (details.timestamp) {
             record.Text("timestamp", TimeText(*details.timestamp));
         }
-        lines_ += record.Line();
+        record.AppendLine(lines_);
     }
 
     void AddEntry(const EntryRecord& entry) override
     {
+        if (!targets_.report) {
+            return;
+        }
         JsonObject record;
         record.Text("record", "entry")
-            .Text("manifest", manifest_)
+            .Raw("manifest", manifest_)
             .Text("kind", KindText(entry.kind))
             .Path(entry.path);
         if (entry.check) {
@@ -183,13 +205,16 @@ public:
         if (entry.result != EntryResult::Succeeded) {
             record.Text("reason", entry.reason);
         }
+        std::string expected;
         if (entry.expected) {
-            record.Text("expected", Base64Encode(*entry.expected));
+            expected = Base64Encode(*entry.expected);
+            record.Text("expected", expected);
         }
         if (entry.actual) {
-            record.Text("actual", Base64Encode(*entry.actual));
+            record.Text("actual",
+                        entry.actual == entry.expected ? expected : Base64Encode(*entry.actual));
         }
-        lines_ += record.Line();
+        record.AppendLine(lines_);
     }
 
     void Finish(int exitStatus, const IStatistics& statistics) override
@@ -219,7 +244,7 @@ public:
             .Text("version", metrics.version)
             .Text("host", HostName())
             .Text("machine_id", MachineId());
-        lines_ += summary.Line();
+        summary.AppendLine(lines_);
 
         // Both files are attempted; the first failure is the one reported.
         std::optional<std::string> failure;
@@ -269,7 +294,7 @@ private:
     unsigned threads_;
     Clock::time_point start_;
     std::chrono::steady_clock::time_point startSteady_;
-    std::string manifest_;
+    std::string manifest_;  ///< the JSON string of the manifest the entries belong to
     std::vector<std::pair<std::string, bool>> manifests_;
     std::string lines_;
 };
