@@ -18,8 +18,6 @@
 
 #include "program.h"
 
-extern char** environ;
-
 namespace integrity_check_tool::test {
 namespace {
 
@@ -30,6 +28,7 @@ public:
     BackgroundProcess(std::vector<std::string> command, const Path& log)
     {
         std::vector<char*> argv;
+        argv.reserve(command.size() + 1);
         for (std::string& part : command) {
             argv.push_back(part.data());
         }
