@@ -174,13 +174,34 @@ TEST_F(ReportTest, UnwritableTargetsFailTheRunWithoutHidingItsOwnResult)
                           Case{Asking(dir_ / "report.jsonl", (dir_ / "missing/m.prom").string()),
                                (dir_ / "missing/m.prom").string()}}) {
         const ProcessResult result = Verify(c.launcher);
-        EXPECT_TRUE(Failed(result, "Can't write " + c.target)) << c.target;
+        EXPECT_TRUE(Failed(result, "was not written: Can't write file " + c.target)) << c.target;
         EXPECT_THAT(result.err, ::testing::HasSubstr("file " + (Product() / "forbidden").string() +
                                                      " failed. Reason:"));
         EXPECT_THAT(result.out, ::testing::HasSubstr("Summary( failed / skipped / succeeded )"));
     }
     // The other target is still written.
     EXPECT_FALSE(Read(dir_ / "report.jsonl").empty());
+}
+
+TEST_F(ReportTest, MergedManifestsComeFirstAndOwnTheEntries)
+{
+    const Path copy = Product() / "copy.xml";
+    boost::filesystem::copy_file(Manifest(), copy);
+    const Path report = dir_ / "report.jsonl";
+    EXPECT_EQ(RunProgram(Program::Tester,
+                         {"--without-signature", Manifest().string(), copy.string()}, {},
+                         Asking(report))
+                  .exitStatus,
+              1);
+    const std::vector<std::string> lines = Read(report);
+    ASSERT_GE(lines.size(), 3u);
+    EXPECT_THAT(lines[1], ::testing::HasSubstr(R"("path": ")" + copy.string() +
+                                               R"(", "record": "manifest")"));
+    for (const std::string& line : lines) {
+        if (line.find(R"("record": "entry")") != std::string::npos) {
+            EXPECT_THAT(line, ::testing::HasSubstr(R"("manifest": ")" + Manifest().string() + '"'));
+        }
+    }
 }
 
 /// The signature outcome of each flavour, good and refused.
