@@ -111,10 +111,13 @@ protected:
                           launcher);
     }
 
-    static inline const std::vector<std::string> kNames{"changed", "quote\"back\\slash",
-                                                        "bad\xff\xfe"
-                                                        "name",
-                                                        "line\xe2\x80\xa8separator"};
+    static inline const std::vector<std::string> kNames{
+        "changed",
+        "quote\"back\\slash",
+        std::string("bad\xff\xfe") + "name",
+        "line\xe2\x80\xa8separator",
+        std::string("control\n\t\x01\x7f") + "characters",
+    };
     TempDir dir_;
 };
 
@@ -138,7 +141,7 @@ TEST_F(ReportTest, RecordsFollowTheConsoleWhateverTheThreads)
     EXPECT_THAT(lines.front(), ::testing::HasSubstr(R"("result": "verified")"));
     EXPECT_THAT(lines.back(), ::testing::HasSubstr(R"("exit_status": 1)"));
     EXPECT_THAT(lines.back(),
-                ::testing::HasSubstr(R"("file": {"failed": 2, "skipped": 1, "succeeded": 4})"));
+                ::testing::HasSubstr(R"("file": {"failed": 2, "skipped": 1, "succeeded": 5})"));
 
     // Each failure is the console's line, in the console's order.
     std::vector<std::string> consoleFailures = Lines(plain.err);
