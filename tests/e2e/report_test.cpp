@@ -1,5 +1,6 @@
-// The report and the metrics of a verification, read back by the host's
-// JSON Schema validator (python3-jsonschema).
+// The report and the metrics of a verification, read back by Debian's
+// JSON Schema validator (python3-jsonschema, so /usr/bin/python3: another
+// python3 first on PATH would not see it).
 #include <boost/filesystem/operations.hpp>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -47,7 +48,7 @@ std::vector<std::string> Asking(const Path& report, const std::string& metrics =
 std::vector<std::string> Read(const Path& report)
 {
     const ProcessResult read =
-        RunHostProcess({"python3", "-c", kReader, ICT_REPORT_SCHEMA, report.string()});
+        RunHostProcess({"/usr/bin/python3", "-c", kReader, ICT_REPORT_SCHEMA, report.string()});
     EXPECT_EQ(read.exitStatus, 0) << read.err << "\nreport:\n"
                                   << (boost::filesystem::exists(report) ? ReadFile(report) : "");
     return Lines(read.out);
