@@ -7,6 +7,8 @@
 
 #include <dlfcn.h>
 
+#include <cstdlib>
+
 #include <openssl/crypto.h>
 #include <openssl/engine.h>
 #include <openssl/err.h>
@@ -158,7 +160,11 @@ X509Ptr Pkcs11Token::LoadCertificate(const Pkcs11Uri& uri) const
 
 std::string Pkcs11Token::ModuleName() const
 {
-    return module_ ? module_->string() : "p11-kit-proxy.so";
+    // The engine's own default, when no module is named.
+    const char* fromEnvironment = std::getenv("PKCS11_MODULE_PATH");
+    return module_                      ? module_->string()
+           : fromEnvironment != nullptr ? fromEnvironment
+                                        : "p11-kit-proxy.so";
 }
 
 }  // namespace integrity_check_tool::sign

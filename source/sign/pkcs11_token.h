@@ -19,9 +19,9 @@ using crypto::X509Ptr;
 /// freed before the token.
 class Pkcs11Token final {
 public:
-    /// Loads the engine on `module` (the engine's default, p11-kit's proxy,
-    /// when none); `pin` logs in when a key needs it. Throws Exception when
-    /// the engine or the module can't be loaded.
+    /// Loads the engine on `module` (else the engine's default:
+    /// $PKCS11_MODULE_PATH, else p11-kit's proxy); `pin` logs in when a key needs it. Throws
+    /// Exception when the engine or the module can't be loaded.
     Pkcs11Token(const std::optional<Path>& module, std::string pin);
     ~Pkcs11Token();
     Pkcs11Token(const Pkcs11Token&) = delete;
