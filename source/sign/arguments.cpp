@@ -44,8 +44,8 @@ SignArguments::SignArguments() : visible_("Options")
          "the signer's certificate, with the codeSigning extended key usage (lum types; a file "
          "or a pkcs11: URI)")
         ("pkcs11-module", po::value<std::string>()->value_name("MODULE"),
-         "the PKCS#11 module of the token (default: the URI's module-path, else p11-kit's "
-         "proxy)")
+         "the PKCS#11 module of the token (default: the URI's module-path, else "
+         "$PKCS11_MODULE_PATH, else p11-kit's proxy)")
         ("pin-file", po::value<std::string>()->value_name("FILE"),
          "the token's PIN: the first line of FILE (default: the URI's pin-source)")
         ("chain", po::value<std::string>()->value_name("CHAIN"),

@@ -45,6 +45,14 @@ private:
     UI_METHOD* method_;
 };
 
+/// The engine, loaded once and never unloaded: it caches methods in its own
+/// statics, which unloading would leave allocated and unreachable.
+ENGINE* LoadedEngine()
+{
+    static ENGINE* const engine = ENGINE_by_id(kEngineId);
+    return engine;
+}
+
 /// Wipes the PIN however the constructor ends.
 class PinWiper final {
 public:
@@ -100,7 +108,7 @@ Pkcs11Token::Pkcs11Token(const std::optional<Path>& module, std::string pin)
     if (module) {
         CheckModuleLoads(*module);
     }
-    engine_ = ENGINE_by_id(kEngineId);
+    engine_ = LoadedEngine();
     if (engine_ == nullptr) {
         ICT_THROW(messages::kNoPkcs11Engine, TakeOpenSslError());
     }
@@ -110,7 +118,6 @@ Pkcs11Token::Pkcs11Token(const std::optional<Path>& module, std::string pin)
         (!module || ENGINE_ctrl_cmd_string(engine_, "MODULE_PATH", module->c_str(), 0) == 1) &&
         ENGINE_init(engine_) == 1;
     if (!configured) {
-        ENGINE_free(engine_);
         engine_ = nullptr;
         ICT_THROW(messages::kCantLoadModule, ModuleName(), TakeOpenSslError());
     }
@@ -118,7 +125,6 @@ Pkcs11Token::Pkcs11Token(const std::optional<Path>& module, std::string pin)
     if (!pin.empty() && ENGINE_ctrl_cmd_string(engine_, "PIN", pin.c_str(), 0) != 1) {
         const std::string reason = TakeOpenSslError();
         ENGINE_finish(engine_);
-        ENGINE_free(engine_);
         engine_ = nullptr;
         ICT_THROW(messages::kOpenSslFailed, reason);
     }
@@ -127,8 +133,7 @@ Pkcs11Token::Pkcs11Token(const std::optional<Path>& module, std::string pin)
 Pkcs11Token::~Pkcs11Token()
 {
     if (engine_ != nullptr) {
-        ENGINE_finish(engine_);
-        ENGINE_free(engine_);
+        ENGINE_finish(engine_);  // closes the module
     }
 }
 
