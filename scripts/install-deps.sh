@@ -19,8 +19,11 @@ libs=(libboost-dev libboost-program-options-dev libboost-filesystem-dev
       libboost-regex-dev libboost-date-time-dev
       libtinyxml-dev libssl-dev zlib1g-dev libgtest-dev libgmock-dev libcurl4-openssl-dev)
 
+# softhsm2, opensc and the pkcs11 engine: signing with keys in a token and its
+# tests. Native only: their arm64 builds can't be installed beside the
+# native ones (not multi-arch), so the emulated stage skips those tests.
 native=(build-essential cmake ninja-build pkg-config file man-db openssl faketime python3 libengine-gost-openssl rhash clang xxd
-        clang-format clang-tidy
+        clang-format clang-tidy softhsm2 opensc libengine-pkcs11-openssl
         python3-jsonschema curl prometheus-node-exporter prometheus
         libbenchmark-dev "${libs[@]}")
 

@@ -5,6 +5,7 @@
 
 #include "exception.h"
 #include "sign/messages.h"
+#include "sign/pkcs11_uri.h"
 
 namespace integrity_check_tool::sign {
 
@@ -37,9 +38,16 @@ SignArguments::SignArguments() : visible_("Options")
         ("type", po::value<std::string>()->value_name("TYPE"),
          "signature type: lum, lum-with-filename or vorn2")
         ("key", po::value<std::string>()->value_name("KEY"),
-         "the signer's private key (PEM or DER; a PEM GOST key for vorn2)")
+         "the signer's private key (PEM or DER, or a pkcs11: URI for a key in a token; a PEM "
+         "GOST key for vorn2)")
         ("cert", po::value<std::string>()->value_name("LEAF"),
-         "the signer's certificate, with the codeSigning extended key usage (lum types)")
+         "the signer's certificate, with the codeSigning extended key usage (lum types; a file "
+         "or a pkcs11: URI)")
+        ("pkcs11-module", po::value<std::string>()->value_name("MODULE"),
+         "the PKCS#11 module of the token (default: the URI's module-path, else "
+         "$PKCS11_MODULE_PATH, else p11-kit's proxy)")
+        ("pin-file", po::value<std::string>()->value_name("FILE"),
+         "the token's PIN: the first line of FILE (default: the URI's pin-source)")
         ("chain", po::value<std::string>()->value_name("CHAIN"),
          "PEM file of intermediate certificates to carry in the signature (lum types)")
         ("digest", po::value<std::string>()->value_name("NAME")->default_value("sha256"),
@@ -121,8 +129,8 @@ void SignArguments::PrintHelp(std::ostream& out) const
 {
     out << "Usage:\n"
            "  integrity_sign --type lum|lum-with-filename|vorn2 --key KEY [--cert LEAF]\n"
-           "                 [--chain CHAIN] [--digest sha256|sha384|sha512] [--output OUT]\n"
-           "                 [--replace] FILE\n"
+           "                 [--pkcs11-module MODULE] [--pin-file FILE] [--chain CHAIN]\n"
+           "                 [--digest sha256|sha384|sha512] [--output OUT] [--replace] FILE\n"
            "  integrity_sign --make-crl --ca-cert ROOT.pem --ca-key ROOT.key [--revoke SERIAL]...\n"
            "                 [--days N] --output CRL.pem\n"
            "  integrity_sign --make-container --root ROOT.pem [--root ROOT2.pem]...\n"
@@ -165,7 +173,9 @@ void SignArguments::Validate()
 void SignArguments::ValidateSign()
 {
     mode_ = Mode::Sign;
-    AllowOnly({"type", "key", "cert", "chain", "digest", "replace", "output", "input"}, kSignForm);
+    AllowOnly({"type", "key", "cert", "pkcs11-module", "pin-file", "chain", "digest", "replace",
+               "output", "input"},
+              kSignForm);
     const std::string type = variables_["type"].as<std::string>();
     try {
         sign_.type = FromName<SignatureType>(type);
@@ -182,6 +192,15 @@ void SignArguments::ValidateSign()
     } else {
         Require("cert", kSignForm);
     }
+    const bool inToken =
+        Pkcs11Uri::Is(variables_["key"].as<std::string>()) ||
+        (variables_.count("cert") != 0 && Pkcs11Uri::Is(variables_["cert"].as<std::string>()));
+    if (sign_.type == SignatureType::Vorn2 && inToken) {
+        UsageError(messages::kVorn2NotInToken);
+    }
+    if (!inToken && (variables_.count("pkcs11-module") != 0 || variables_.count("pin-file") != 0)) {
+        UsageError(messages::kTokenOptionsWithoutUri);
+    }
     sign_.digest = variables_["digest"].as<std::string>();
     static constexpr const char* kDigests[] = {"sha256", "sha384", "sha512"};
     if (std::find(std::begin(kDigests), std::end(kDigests), sign_.digest) == std::end(kDigests)) {
@@ -194,6 +213,12 @@ void SignArguments::ValidateSign()
     sign_.key = variables_["key"].as<std::string>();
     if (variables_.count("cert") != 0) {
         sign_.certificate = Path(variables_["cert"].as<std::string>());
+    }
+    if (variables_.count("pkcs11-module") != 0) {
+        sign_.pkcs11Module = Path(variables_["pkcs11-module"].as<std::string>());
+    }
+    if (variables_.count("pin-file") != 0) {
+        sign_.pinFile = Path(variables_["pin-file"].as<std::string>());
     }
     if (variables_.count("chain") != 0) {
         sign_.chain = Path(variables_["chain"].as<std::string>());

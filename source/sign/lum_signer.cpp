@@ -54,28 +54,27 @@ void CheckPolicy(X509& certificate, crypto::lum::ChainPosition position, const s
 }  // namespace
 
 LumSigner::LumSigner(const SignOptions& options)
-    : key_(LoadPrivateKey(options.key)),
-      certificate_(LoadCertificate(options.certificate.value_or(Path()))),
+    : credentials_(LoadLumCredentials(options)),
       chain_(options.chain ? LoadCertificates(*options.chain)
                            : CertificateStackPtr(sk_X509_new_null())),
       digest_(EVP_get_digestbyname(options.digest.c_str())),
       withFileName_(options.type == SignatureType::LumWithFilename)
 {
     const std::string certificatePath = options.certificate.value_or(Path()).string();
-    if (X509_check_private_key(certificate_.get(), key_.get()) != 1) {
+    if (X509_check_private_key(credentials_.certificate.get(), credentials_.key.get()) != 1) {
         ERR_clear_error();
         ICT_THROW(messages::kKeyDoesNotMatch, options.key.string(), certificatePath);
     }
-    if (!IsCodeSigning(certificate_.get())) {
+    if (!IsCodeSigning(credentials_.certificate.get())) {
         ICT_THROW(messages::kNotCodeSigning, certificatePath);
     }
     if (!chain_ || digest_ == nullptr) {
         ICT_THROW(messages::kOpenSslFailed, TakeOpenSslError());
     }
-    CheckPolicy(*certificate_, crypto::lum::ChainPosition::Leaf, certificatePath);
+    CheckPolicy(*credentials_.certificate, crypto::lum::ChainPosition::Leaf, certificatePath);
     for (int i = 0; i < sk_X509_num(chain_.get()); ++i) {
         X509& certificate = *sk_X509_value(chain_.get(), i);
-        if (X509_cmp(&certificate, certificate_.get()) != 0) {
+        if (X509_cmp(&certificate, credentials_.certificate.get()) != 0) {
             // Anywhere above the leaf: the file's order is not the chain's.
             CheckPolicy(certificate, crypto::lum::PositionInChain(certificate, 1),
                         options.chain->string());
@@ -96,8 +95,8 @@ Blob LumSigner::Sign(std::span<const std::uint8_t> content, const std::string& f
     if (!cms) {
         fail();
     }
-    CMS_SignerInfo* signer =
-        CMS_add1_signer(cms.get(), certificate_.get(), key_.get(), digest_, kFlags);
+    CMS_SignerInfo* signer = CMS_add1_signer(cms.get(), credentials_.certificate.get(),
+                                             credentials_.key.get(), digest_, kFlags);
     if (signer == nullptr) {
         fail();
     }
@@ -115,7 +114,7 @@ Blob LumSigner::Sign(std::span<const std::uint8_t> content, const std::string& f
         }
     }
     // CMS refuses a certificate twice; a chain file may repeat the leaf.
-    std::vector<const X509*> carried{certificate_.get()};
+    std::vector<const X509*> carried{credentials_.certificate.get()};
     for (int i = 0; i < sk_X509_num(chain_.get()); ++i) {
         X509* certificate = sk_X509_value(chain_.get(), i);
         const bool known =

@@ -3,6 +3,7 @@
 #include <crypto/openssl_handles.h>
 #include <openssl/evp.h>
 
+#include "sign/lum_credentials.h"
 #include "sign/options.h"
 #include "sign/signer.h"
 
@@ -16,7 +17,8 @@ using crypto::X509Ptr;
 /// signer, carrying the signer certificate and the chain, then the trailer.
 class LumSigner final : public ISigner {
 public:
-    /// Loads the key, the certificate and the chain; throws Exception when
+    /// Loads the key and the certificate (files or in a token, see
+    /// LoadLumCredentials) and the chain; throws Exception when
     /// one can't be read, the key does not match the certificate, the
     /// certificate is not for code signing or one of them breaks the
     /// checker's chain policy (lum/chain_policy.h).
@@ -25,8 +27,7 @@ public:
     Blob Sign(std::span<const std::uint8_t> content, const std::string& fileName) const override;
 
 private:
-    EvpPkeyPtr key_;
-    X509Ptr certificate_;
+    LumCredentials credentials_;
     CertificateStackPtr chain_;
     const EVP_MD* digest_ = nullptr;
     bool withFileName_ = false;

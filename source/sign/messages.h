@@ -36,6 +36,31 @@ inline constexpr const char* kCantReadKey = "Can't read private key from %1%: %2
 inline constexpr const char* kCantReadCertificate = "Can't read certificate from %1%: %2%";
 inline constexpr const char* kCantReadCrl = "Can't read CRL from %1%: %2%";
 
+// Keys and certificates in tokens
+inline constexpr const char* kTokenOptionsWithoutUri =
+    "Options --pkcs11-module and --pin-file are for a --key or --cert given as a pkcs11: URI";
+inline constexpr const char* kVorn2NotInToken =
+    "--type vorn2 takes a GOST key file, not a pkcs11: URI: no token available here holds "
+    "GOST R 34.10-2012 keys";
+inline constexpr const char* kBadPkcs11Uri = "Invalid PKCS#11 URI %1%: %2%";
+inline constexpr const char* kPinInUri =
+    "A PIN can't be given in a PKCS#11 URI (pin-value): anyone can read the command line; put "
+    "it in a file only you can read and give --pin-file FILE";
+inline constexpr const char* kUnsupportedPinSource =
+    "Unsupported pin-source in PKCS#11 URI %1%: give a file (pin-source=file:PATH) or "
+    "--pin-file FILE";
+inline constexpr const char* kTwoModules =
+    "The key and the certificate name different PKCS#11 modules: %1% and %2%";
+inline constexpr const char* kEmptyPin = "PIN file %1% holds no PIN on its first line";
+inline constexpr const char* kNoPkcs11Engine =
+    "Can't use keys in tokens: OpenSSL's pkcs11 engine can't be loaded (install "
+    "libengine-pkcs11-openssl): %1%";
+inline constexpr const char* kCantLoadModule = "Can't load PKCS#11 module %1%: %2%";
+inline constexpr const char* kCantLoadTokenKey =
+    "Can't load private key %1% through PKCS#11 module %2%: %3%";
+inline constexpr const char* kCantLoadTokenCertificate =
+    "Can't load certificate %1% through PKCS#11 module %2%: %3%";
+
 // Key generation
 inline constexpr const char* kKeyExists =
     "Key file %1% already exists; it is never overwritten: remove it or choose another --output";

@@ -23,8 +23,10 @@ enum class Mode {
 /// Signing FILE (in place unless `output` is given).
 struct SignOptions {
     SignatureType type = SignatureType::Lum;
-    Path key;
-    std::optional<Path> certificate;
+    Path key;                         ///< a file or a pkcs11: URI
+    std::optional<Path> certificate;  ///< a file or a pkcs11: URI
+    std::optional<Path> pkcs11Module;
+    std::optional<Path> pinFile;
     std::optional<Path> chain;
     std::string digest = "sha256";
     Path file;
