@@ -20,7 +20,7 @@ libs=(libboost-dev libboost-program-options-dev libboost-filesystem-dev
       libtinyxml-dev libssl-dev zlib1g-dev libgtest-dev libgmock-dev libcurl4-openssl-dev)
 
 native=(build-essential cmake ninja-build pkg-config file man-db openssl faketime python3 libengine-gost-openssl rhash clang xxd
-        clang-format clang-tidy
+        clang-format clang-tidy systemd ansible
         libbenchmark-dev "${libs[@]}")
 
 export DEBIAN_FRONTEND=noninteractive
