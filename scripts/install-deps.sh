@@ -21,6 +21,7 @@ libs=(libboost-dev libboost-program-options-dev libboost-filesystem-dev
 
 native=(build-essential cmake ninja-build pkg-config file man-db openssl faketime python3 libengine-gost-openssl rhash clang xxd
         clang-format clang-tidy systemd ansible
+        python3-jsonschema curl prometheus-node-exporter prometheus
         libbenchmark-dev "${libs[@]}")
 
 export DEBIAN_FRONTEND=noninteractive

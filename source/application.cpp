@@ -1,6 +1,10 @@
 #include "application.h"
 
+#include <iostream>
+
 #include "action/action.h"
+#include "exception.h"
+#include "report/run_report.h"
 #include "tracer.h"
 #include "utils/utils.h"
 
@@ -20,7 +24,22 @@ Application::Application(ConfigPtr config, zel::ServiceLocatorPtr locator)
 
 bool Application::Run()
 {
-    return factory_->CreateConfiguredAction()->Run();
+    const IRunReportPtr report = factory_->GetRunReport();
+    bool succeeded = false;
+    try {
+        succeeded = factory_->CreateConfiguredAction()->Run();
+    } catch (...) {
+        // The run's own failure is the one reported; an unwritable report
+        // only adds its line.
+        try {
+            report->Finish(1, *factory_->GetStatistics());
+        } catch (...) {
+            std::cerr << CurrentExceptionMessage() << '\n';
+        }
+        throw;
+    }
+    report->Finish(succeeded ? 0 : 1, *factory_->GetStatistics());
+    return succeeded;
 }
 
 }  // namespace integrity_check_tool

@@ -40,6 +40,8 @@ class ISignatureVerifier;
 using ISignatureVerifierPtr = std::shared_ptr<const ISignatureVerifier>;
 class IStatistics;
 using IStatisticsPtr = std::shared_ptr<IStatistics>;
+class IRunReport;
+using IRunReportPtr = std::shared_ptr<IRunReport>;
 class Composite;
 using CompositePtr = std::shared_ptr<Composite>;
 

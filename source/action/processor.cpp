@@ -1,5 +1,7 @@
 #include "action/processor.h"
 
+#include "check/verification_mismatch.h"
+#include "data_object/read_ahead.h"
 #include "exception.h"
 #include "format.h"
 #include "manifest/filter.h"
@@ -9,9 +11,9 @@
 namespace integrity_check_tool {
 
 Processor::Processor(zel::ITracerPtr tracer, IConsolePtr console, IFilterPtr filter,
-                     IStatisticsPtr statistics)
+                     IStatisticsPtr statistics, IRunReportPtr report)
     : zel::TracerProvider(std::move(tracer)), console_(std::move(console)),
-      filter_(std::move(filter)), statistics_(std::move(statistics))
+      filter_(std::move(filter)), statistics_(std::move(statistics)), report_(std::move(report))
 {
 }
 
@@ -40,11 +42,24 @@ bool Processor::ProcessRegistryValue(const std::string& name, const Work& work)
     return Process(ObjectKind::RegistryValue, name, work);
 }
 
-bool Processor::Process(ObjectKind kind, const std::string& name, const Work& work)
+bool Processor::ProcessFile(const std::string& name, const CheckInfoList& checks, const Work& work)
+{
+    return Process(ObjectKind::File, name, work, &checks);
+}
+
+bool Processor::ProcessRegistryValue(const std::string& name, const CheckInfoList& checks,
+                                     const Work& work)
+{
+    return Process(ObjectKind::RegistryValue, name, work, &checks);
+}
+
+bool Processor::Process(ObjectKind kind, const std::string& name, const Work& work,
+                        const CheckInfoList* checks)
 {
     const char* kindName = KindName(kind);
     Trace(kTraceDebug, "Processing %1% %2% ...", kindName, name);
     std::string reason;
+    std::optional<Blob> actual;
     try {
         if (!work) {
             throw std::bad_function_call();
@@ -56,7 +71,11 @@ bool Processor::Process(ObjectKind kind, const std::string& name, const Work& wo
         if (statistics_) {
             statistics_->AddSucceeded(kind);
         }
+        Report(kind, name, checks, EntryResult::Succeeded, {}, std::nullopt);
         return true;
+    } catch (const check::VerificationMismatch& mismatch) {
+        reason = CurrentExceptionMessage();
+        actual = mismatch.Actual();
     } catch (...) {
         reason = CurrentExceptionMessage();
     }
@@ -66,7 +85,29 @@ bool Processor::Process(ObjectKind kind, const std::string& name, const Work& wo
     if (statistics_) {
         statistics_->AddFailed(kind);
     }
+    Report(kind, name, checks, EntryResult::Failed, reason, actual);
     return false;
+}
+
+void Processor::Report(ObjectKind kind, const std::string& name, const CheckInfoList* checks,
+                       EntryResult result, const std::string& reason,
+                       const std::optional<Blob>& actual) const
+{
+    // The manifest's own outcome is its signature record and the summary.
+    if (!report_ || kind == ObjectKind::Manifest) {
+        return;
+    }
+    EntryRecord entry{kind, name, std::nullopt, result, reason, std::nullopt, std::nullopt};
+    if (checks != nullptr && checks->size() == 1) {
+        const CheckInfo& check = *checks->front();
+        entry.check = check.type;
+        if (IsReadAhead(check.type) || check.type == CheckType::Value) {
+            entry.expected = check.value;
+            // A check that passed found what it expected.
+            entry.actual = result == EntryResult::Succeeded ? check.value : actual;
+        }
+    }
+    report_->AddEntry(entry);
 }
 
 void Processor::Filter(Manifest& manifest)
@@ -92,6 +133,7 @@ bool Processor::IsFiltered(ObjectKind kind, const Applicability& entry, const st
     if (statistics_) {
         statistics_->AddSkipped(kind);
     }
+    Report(kind, name, nullptr, EntryResult::Skipped, "filtered", std::nullopt);
     return true;
 }
 

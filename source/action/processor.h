@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include <zel/tracer.h>
@@ -11,6 +12,7 @@
 #include "forward.h"
 #include "manifest/manifest.h"
 #include "manifest/visitor.h"
+#include "report/run_report.h"
 
 namespace integrity_check_tool {
 
@@ -28,6 +30,11 @@ public:
     virtual bool ProcessManifest(const std::string& name, const Work& work) = 0;
     virtual bool ProcessRegistryKey(const std::string& name, const Work& work) = 0;
     virtual bool ProcessRegistryValue(const std::string& name, const Work& work) = 0;
+    /// The same for an entry checked with `checks`, which the report names.
+    virtual bool ProcessFile(const std::string& name, const CheckInfoList& checks,
+                             const Work& work) = 0;
+    virtual bool ProcessRegistryValue(const std::string& name, const CheckInfoList& checks,
+                                      const Work& work) = 0;
     /// True when the entry does not apply to the system; it is then
     /// reported and counted as skipped.
     virtual bool IsFiltered(ObjectKind kind, const Applicability& entry,
@@ -40,20 +47,30 @@ using IProcessorPtr = std::shared_ptr<IProcessor>;
 
 class Processor final : public IProcessor, private IVisitor, private zel::TracerProvider {
 public:
-    /// `filter` and `statistics` may be null: then nothing is filtered or counted.
+    /// `filter`, `statistics` and `report` may be null: then nothing is
+    /// filtered, counted or reported.
     Processor(zel::ITracerPtr tracer, IConsolePtr console, IFilterPtr filter,
-              IStatisticsPtr statistics);
+              IStatisticsPtr statistics, IRunReportPtr report = nullptr);
 
     bool ProcessFile(const std::string& name, const Work& work) override;
     bool ProcessDirectory(const std::string& name, const Work& work) override;
     bool ProcessManifest(const std::string& name, const Work& work) override;
     bool ProcessRegistryKey(const std::string& name, const Work& work) override;
     bool ProcessRegistryValue(const std::string& name, const Work& work) override;
+    bool ProcessFile(const std::string& name, const CheckInfoList& checks,
+                     const Work& work) override;
+    bool ProcessRegistryValue(const std::string& name, const CheckInfoList& checks,
+                              const Work& work) override;
     bool IsFiltered(ObjectKind kind, const Applicability& entry, const std::string& name) override;
     void Filter(Manifest& manifest) override;
 
 private:
-    bool Process(ObjectKind kind, const std::string& name, const Work& work);
+    bool Process(ObjectKind kind, const std::string& name, const Work& work,
+                 const CheckInfoList* checks = nullptr);
+    /// Tells the report how an entry ended; `actual` is what a failed check computed.
+    void Report(ObjectKind kind, const std::string& name, const CheckInfoList* checks,
+                EntryResult result, const std::string& reason,
+                const std::optional<Blob>& actual) const;
 
     void VisitManifest(Manifest& manifest) override;
     void VisitDirectory(DirectoryInfo& directory) override;
@@ -62,6 +79,7 @@ private:
     IConsolePtr console_;
     IFilterPtr filter_;
     IStatisticsPtr statistics_;
+    IRunReportPtr report_;
 };
 
 }  // namespace integrity_check_tool

@@ -11,6 +11,7 @@
 #include "manifest/make_unique_visitor.h"
 #include "manifest/manifest.h"
 #include "manifest/storage.h"
+#include "report/run_report.h"
 #include "signature/signature_verifier.h"
 #include "tracer.h"
 
@@ -40,11 +41,19 @@ bool Verify::Run()
 {
     const ISignatureVerifierPtr verifier = factory_->CreateSignatureVerifier();
     const IStoragePtr storage = factory_->CreateStorage();
+    const IRunReportPtr report = factory_->GetRunReport();
     std::vector<Manifest> manifests(manifestPaths_.size());
     for (std::size_t i = 0; i < manifestPaths_.size(); ++i) {
         // Only the signed content is parsed, never the file a second time.
         Blob content;
-        verifier->Verify(manifestPaths_[i], content);
+        SignatureDetails details;
+        try {
+            verifier->VerifyWithDetails(manifestPaths_[i], content, details);
+        } catch (...) {
+            report->AddManifest(manifestPaths_[i].string(), details, CurrentExceptionMessage());
+            throw;
+        }
+        report->AddManifest(manifestPaths_[i].string(), details, std::nullopt);
         zel::MemoryIO stream(std::move(content));
         storage->LoadFromStream(stream, manifests[i]);
     }
@@ -127,7 +136,7 @@ void Verify::PrepareManifest(std::vector<Manifest>& manifests)
 
 bool Verify::VerifyFile(const FileEntry& file)
 {
-    return processor_->ProcessFile(file.path, [&] {
+    return processor_->ProcessFile(file.path, *file.checks, [&] {
         Trace(kTraceDebug, kVerifying, file.path);
         const std::optional<ContentDigest> digest = TakeDigest(readAhead_.get(), file.item);
         factory_->CreateFileAnyOf(*file.checks)
@@ -154,7 +163,7 @@ void Verify::VerifyRegistryKey(const RegistryKeyInfo& key)
     Trace(kTraceDebug, kVerifying, key.path);
     bool succeeded = true;
     for (const RegistryValueInfo& value : key.values) {
-        succeeded = processor_->ProcessRegistryValue(value.name, [&] {
+        succeeded = processor_->ProcessRegistryValue(value.name, value.checks, [&] {
             Trace(kTraceDebug, kVerifying, value.name);
             factory_->CreateRegistryAnyOf(value.checks)
                 ->CheckRegistryValue(key.path, value.name, value.type);

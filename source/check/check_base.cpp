@@ -17,9 +17,9 @@ void CheckBase::CheckRegistryValue(const std::string& key, const std::string& va
     Check(*object, Subject{value, key}, true);
 }
 
-void CheckBase::Mismatch(CheckType type, const std::string& reason)
+void CheckBase::Mismatch(CheckType type, const std::string& reason, std::optional<Blob> actual)
 {
-    BOOST_THROW_EXCEPTION(VerificationMismatch(type, reason));
+    BOOST_THROW_EXCEPTION(VerificationMismatch(type, reason, std::move(actual)));
 }
 
 }  // namespace integrity_check_tool::check

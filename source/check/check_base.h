@@ -61,7 +61,8 @@ protected:
         }
     }
 
-    [[noreturn]] static void Mismatch(CheckType type, const std::string& reason);
+    [[noreturn]] static void Mismatch(CheckType type, const std::string& reason,
+                                      std::optional<Blob> actual = std::nullopt);
 
     IFactoryPtr factory_;
 };

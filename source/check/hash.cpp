@@ -20,7 +20,8 @@ void Hash::Check(IDataObject& object, const Subject& subject, bool registry) con
         TraceDebug(subject, messages::kFileHashEvaluated, Base64Encode(digest));
     }
     if (digest != expected_) {
-        Mismatch(type_, subject.Text(texts.failure, Base64Encode(digest), Base64Encode(expected_)));
+        Mismatch(type_, subject.Text(texts.failure, Base64Encode(digest), Base64Encode(expected_)),
+                 digest);
     }
     if (IsTraceEnabled(kTraceDebug)) {
         TraceDebug(subject, texts.success, Base64Encode(digest));

@@ -15,7 +15,7 @@ void Value::Check(IDataObject& object, const Subject& subject, bool registry) co
     Blob actual;
     provider_->GetValue(object, actual);
     if (actual != expected_) {
-        Mismatch(CheckType::Value, subject.Text(texts.failure));
+        Mismatch(CheckType::Value, subject.Text(texts.failure), actual);
     }
     TraceDebug(subject, texts.success);
 }

@@ -17,8 +17,9 @@ std::string AllFailed(const std::vector<std::string>& failures)
 
 }  // namespace
 
-VerificationMismatch::VerificationMismatch(CheckType type, const std::string& reason)
-    : Exception(Format(messages::kMismatch, ToName(type), reason))
+VerificationMismatch::VerificationMismatch(CheckType type, const std::string& reason,
+                                           std::optional<Blob> actual)
+    : Exception(Format(messages::kMismatch, ToName(type), reason)), actual_(std::move(actual))
 {
 }
 

@@ -13,6 +13,7 @@
 #include "console.h"
 #include "data_object/file.h"
 #include "data_object/messages.h"
+#include "data_object/read_ahead.h"
 #include "data_object/value_provider.h"
 #include "exception.h"
 #include "factory/checkers.h"
@@ -21,6 +22,7 @@
 #include "manifest/filter.h"
 #include "manifest/manifest.h"
 #include "manifest/storage.h"
+#include "report/run_report.h"
 #include "signature/lum_verifier.h"
 #include "signature/signature_verifier.h"
 #include "signature/vorn2_verifier.h"
@@ -42,7 +44,9 @@ public:
 
 Factory::Factory(ConfigPtr config, zel::ServiceLocatorPtr locator, zel::ITracerPtr tracer)
     : zel::TracerProvider(std::move(tracer)), config_(std::move(config)),
-      locator_(std::move(locator)), statistics_(std::make_shared<Statistics>())
+      locator_(std::move(locator)), statistics_(std::make_shared<Statistics>()),
+      report_(config_->verify ? MakeRunReport(RunReportTargetsFromEnvironment(), ReadAheadThreads())
+                              : MakeRunReport({}, 0))
 {
 }
 
@@ -134,12 +138,17 @@ IProcessorPtr Factory::CreateProcessor()
 {
     return std::make_shared<Processor>(GetTracer(),
                                        CreateConsole(config_->verify && config_->verify->isVerbose),
-                                       CreateFilter(), statistics_);
+                                       CreateFilter(), statistics_, report_);
 }
 
 IStatisticsPtr Factory::GetStatistics()
 {
     return statistics_;
+}
+
+IRunReportPtr Factory::GetRunReport()
+{
+    return report_;
 }
 
 IEnvironmentPtr Factory::CreateEnvironment(const Path& manifestPath)

@@ -50,6 +50,9 @@ public:
     virtual IActionPtr CreateSingleFileAction() = 0;
     /// The run's counters, shared by the processor and the actions.
     virtual IStatisticsPtr GetStatistics() = 0;
+    /// The run's report and metrics, shared by the processor and the actions;
+    /// one that records nothing unless a verification asked for them.
+    virtual IRunReportPtr GetRunReport() = 0;
 };
 
 class Factory final : public IFactory,
@@ -81,6 +84,7 @@ public:
     IActionPtr CreateNormalizeAction() override;
     IActionPtr CreateSingleFileAction() override;
     IStatisticsPtr GetStatistics() override;
+    IRunReportPtr GetRunReport() override;
 
     /// The action that the configuration's present record names.
     IActionPtr CreateConfiguredAction();
@@ -89,6 +93,7 @@ private:
     ConfigPtr config_;
     zel::ServiceLocatorPtr locator_;
     IStatisticsPtr statistics_;
+    IRunReportPtr report_;
 };
 
 }  // namespace integrity_check_tool

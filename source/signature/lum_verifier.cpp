@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include <boost/filesystem/operations.hpp>
 #include <lum/flags.h>
@@ -31,6 +32,40 @@ std::string FileName(const Path& file)
     const std::string& path = file.string();
     const std::size_t slash = path.rfind('/');
     return slash == std::string::npos ? path : path.substr(slash + 1);
+}
+
+/// The flag names of "Signed|Trusted"; none for 0.
+std::vector<std::string> FlagNames(std::uint32_t flags)
+{
+    std::vector<std::string> names;
+    if (flags == 0) {
+        return names;
+    }
+    const std::string text = crypto::lum::VerificationFlagsToString(flags);
+    std::size_t start = 0;
+    for (std::size_t bar = text.find('|'); bar != std::string::npos; bar = text.find('|', start)) {
+        names.push_back(text.substr(start, bar - start));
+        start = bar + 1;
+    }
+    names.push_back(text.substr(start));
+    return names;
+}
+
+/// The flags, signer and token time `result` holds.
+void Describe(const crypto::lum::ILumSignatureVerificationResult& result, SignatureDetails& details)
+{
+    std::uint32_t flags = 0;
+    if (result.GetFlags(&flags) == crypto::lum::lumOk) {
+        details.flags = FlagNames(flags);
+    }
+    crypto::lum::LumSignerDetails signer;
+    if (result.GetSigner(&signer) == crypto::lum::lumOk) {
+        details.signer = SignatureDetails::Signer{signer.subject, signer.serial, signer.notAfter};
+    }
+    std::int64_t time = 0;
+    if (result.GetTimestampTime(&time) == crypto::lum::lumOk) {
+        details.timestamp = time;
+    }
 }
 
 }  // namespace
@@ -120,6 +155,15 @@ void LumSignatureVerifier::RefuseOutdatedCrl() const
 
 void LumSignatureVerifier::Verify(const Path& file, Blob& content) const
 {
+    SignatureDetails details;
+    VerifyWithDetails(file, content, details);
+}
+
+void LumSignatureVerifier::VerifyWithDetails(const Path& file, Blob& content,
+                                             SignatureDetails& details) const
+{
+    details = SignatureDetails{};
+    details.type = withFileName_ ? "lum-with-filename" : "lum";
     Trace(kTraceDebug, "Verifying LUM signature of file %1% ...", file.string());
     zel::IIOPtr io;
     if (zel::Failed(zel::FileIO::Open(file.string(), zel::OpenMode::Read, io))) {
@@ -152,6 +196,9 @@ void LumSignatureVerifier::Verify(const Path& file, Blob& content) const
                                     ? verifier->VerifyObjectWithAdditionalContent(
                                           data, crypto::lum::FileNameAttributeOid(), *name, result)
                                     : verifier->VerifyObject(data, result);
+    if (result) {
+        Describe(*result, details);
+    }
     if (status != crypto::lum::lumOk) {
         Trace(kTraceError, "LUM signature of file %1% is not OK", file.string());
         std::uint32_t flags = 0;

@@ -21,6 +21,8 @@ public:
                          const std::optional<Path>& crlStoragePath, bool withFileName);
 
     void Verify(const Path& file, Blob& content) const override;
+    void VerifyWithDetails(const Path& file, Blob& content,
+                           SignatureDetails& details) const override;
 
 private:
     Blob ReadCrl(const Path& directory) const;

@@ -26,6 +26,12 @@ public:
     /// Fills `content` with the signed content; throws vorn::Exception and
     /// leaves `content` untouched when the signature is not good.
     void Verify(const Path& file, Blob& content) const override;
+    void VerifyWithDetails(const Path& file, Blob& content,
+                           SignatureDetails& details) const override
+    {
+        details = SignatureDetails{"vorn2", {}, std::nullopt, std::nullopt};
+        Verify(file, content);
+    }
 
     /// Verifies signed bytes already in memory: the size of the signed
     /// content, or throws vorn::Exception as Verify does.

@@ -50,6 +50,11 @@ TEST(ManPageTest, ListsEveryOptionOfTheHelp)
         EXPECT_NE(page.substr(0, page.find('\n')).find("\"integrity_check_tool " + release + '"'),
                   std::string::npos)
             << "title line of " << name;
+        // The flavours that verify name the variables that ask for a report.
+        for (const char* variable : {"INTEGRITY_CHECK_REPORT", "INTEGRITY_CHECK_METRICS"}) {
+            EXPECT_EQ(program != Program::Sign, page.find(variable) != std::string::npos)
+                << "man page of " << name << " and " << variable;
+        }
         for (const std::string& option : options) {
             const std::regex word("(^|[^A-Za-z0-9-])" + option + "($|[^A-Za-z0-9-])");
             EXPECT_TRUE(std::regex_search(page, word))

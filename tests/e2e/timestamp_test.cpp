@@ -163,6 +163,18 @@ TEST_F(TimestampTest, TokenKeepsTheManifestValidAfterTheLeafExpires)
     EXPECT_EQ(Flags(Check(Manifest(), 1095), Manifest()),
               "|Signed|RevocationCheckSkipped|Expired|");
     EXPECT_TRUE(Succeeded(Check(stamped, 1095), kSummaryOk));
+    // The report tells the token's time, and the signer that has expired since.
+    const Path report = Temp("report.jsonl");
+    EXPECT_TRUE(
+        Succeeded(RunProgram(Program::Checker, {stamped.string()}, {},
+                             At(1095, {"env", "INTEGRITY_CHECK_REPORT=" + report.string()}))));
+    EXPECT_THAT(ReadFile(report),
+                ::testing::ContainsRegex(
+                    R"("signature_type":"lum","result":"verified",)"
+                    R"("flags":\["Signed","Trusted","Embedded","RevocationCheckSkipped",)"
+                    R"("CounterSignatureUsed"\],"signer":\{"subject":"[^"]+",)"
+                    R"("serial":"[0-9A-F]+","not_after":"20[0-9-]+T[0-9:]+Z"\},)"
+                    R"("timestamp":"20[0-9-]+T[0-9:]+Z"\})"));
     // The token itself is still checked: a bit changed in it refuses the manifest.
     std::string tampered = ReadFile(stamped);
     const std::string token = Token(Temp("product/stamped.xml.tsq.tsr"));

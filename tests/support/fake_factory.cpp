@@ -234,6 +234,11 @@ IActionPtr FakeFactory::CreateSingleFileAction()
     ICT_THROW("Not made by the fake factory");
 }
 
+IRunReportPtr FakeFactory::GetRunReport()
+{
+    return MakeRunReport({}, 1);
+}
+
 IStatisticsPtr FakeFactory::GetStatistics()
 {
     return statistics;

@@ -68,6 +68,7 @@ public:
     IActionPtr CreateNormalizeAction() override;
     IActionPtr CreateSingleFileAction() override;
     IStatisticsPtr GetStatistics() override;
+    IRunReportPtr GetRunReport() override;
 
     /// File content by path.
     std::map<std::string, std::string> files;

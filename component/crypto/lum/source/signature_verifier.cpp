@@ -69,6 +69,24 @@ X509* FindSigner(CMS_SignerInfo& signerInfo, STACK_OF(X509) * certificates)
     return nullptr;
 }
 
+LumSignerDetails SignerDetails(const X509& signer)
+{
+    LumSignerDetails details{NameText(*X509_get_subject_name(&signer)), "?", 0};
+    const BignumPtr serial(ASN1_INTEGER_to_BN(X509_get0_serialNumber(&signer), nullptr));
+    if (serial) {
+        char* hex = BN_bn2hex(serial.get());
+        if (hex != nullptr) {
+            details.serial = hex;
+            OPENSSL_free(hex);
+        }
+    }
+    std::tm parts{};
+    if (ASN1_TIME_to_tm(X509_get0_notAfter(&signer), &parts) == 1) {
+        details.notAfter = timegm(&parts);
+    }
+    return details;
+}
+
 std::int32_t ResultForFlags(std::uint32_t value, bool attributeMatched)
 {
     if ((value & flags::kFailureMask) == 0) {
@@ -176,6 +194,7 @@ std::int32_t LumSignatureVerifierImpl::Verify(ByteSpan object, const RequiredAtt
         return lumErrUntrusted;
     }
     CMS_SignerInfo_set1_signer_cert(signerInfo, signer);
+    result.SetSigner(SignerDetails(*signer));
     // The content is hashed once, here; the signature covers the signed
     // attributes, which carry that hash.
     if (!DigestMatches(object.first(contentSize), digest, *messageDigest) ||
@@ -198,6 +217,9 @@ std::int32_t LumSignatureVerifierImpl::Verify(ByteSpan object, const RequiredAtt
     TimestampResult timestamp;
     try {
         timestamp = CheckTimestamp(*signerInfo);
+        if (timestamp.present && timestamp.flags == 0) {
+            result.SetTimestampTime(timestamp.time);
+        }
         // A good token moves the signer's check to the time it proves; a bad
         // one refuses the signature through its flags, never falling back to now.
         result.AddFlags(timestamp.flags |

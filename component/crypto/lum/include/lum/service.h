@@ -14,6 +14,13 @@
 
 namespace crypto::lum {
 
+/// The certificate that made a signature.
+struct LumSignerDetails {
+    std::string subject;    ///< RFC 2253 one-line form, "CN=Leaf,O=Maker"
+    std::string serial;     ///< upper-case hex, no leading "0x"
+    std::int64_t notAfter;  ///< Unix time
+};
+
 /// Outcome of one verification.
 class ILumSignatureVerificationResult : public zel::RefCounted {
 public:
@@ -22,6 +29,13 @@ public:
     /// Stores the size of the signed content (the bytes before the signature);
     /// lumErrInvalidArgument on null, lumSignatureNotFound when no signature was located.
     virtual std::int32_t GetCheckedContentSize(std::uint64_t* size) const = 0;
+    /// Stores the signer certificate's details, also for a refused signature;
+    /// lumErrInvalidArgument on null, lumErrNotFound when the signature does
+    /// not carry the certificate it names.
+    virtual std::int32_t GetSigner(LumSignerDetails* signer) const = 0;
+    /// Stores the time (Unix time) a good time-stamp token proved;
+    /// lumErrInvalidArgument on null, lumErrNotFound without such a token.
+    virtual std::int32_t GetTimestampTime(std::int64_t* time) const = 0;
 };
 using ILumSignatureVerificationResultPtr = zel::intrusive_ptr<ILumSignatureVerificationResult>;
 

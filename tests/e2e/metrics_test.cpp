@@ -1,0 +1,150 @@
+// The metrics file as the host's Prometheus tools see it: promtool checks
+// it, node_exporter's textfile collector serves it.
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <netinet/in.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <stdexcept>
+#include <thread>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "program.h"
+
+namespace integrity_check_tool::test {
+namespace {
+
+/// A host program running in the background until this object goes.
+class BackgroundProcess {
+public:
+    /// Starts `command` natively, its output to `log`.
+    BackgroundProcess(std::vector<std::string> command, const Path& log)
+    {
+        std::vector<char*> argv;
+        argv.reserve(command.size() + 1);
+        for (std::string& part : command) {
+            argv.push_back(part.data());
+        }
+        argv.push_back(nullptr);
+        posix_spawn_file_actions_t actions;
+        ::posix_spawn_file_actions_init(&actions);
+        ::posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, log.c_str(),
+                                           O_WRONLY | O_CREAT | O_TRUNC, 0600);
+        ::posix_spawn_file_actions_adddup2(&actions, STDOUT_FILENO, STDERR_FILENO);
+        const int spawned = ::posix_spawnp(&pid_, argv[0], &actions, nullptr, argv.data(), environ);
+        ::posix_spawn_file_actions_destroy(&actions);
+        if (spawned != 0) {
+            throw std::runtime_error("cannot start " + command.front());
+        }
+    }
+    ~BackgroundProcess()
+    {
+        ::kill(pid_, SIGTERM);
+        int status = 0;
+        while (::waitpid(pid_, &status, 0) < 0 && errno == EINTR) {
+        }
+    }
+    BackgroundProcess(const BackgroundProcess&) = delete;
+    BackgroundProcess& operator=(const BackgroundProcess&) = delete;
+
+private:
+    pid_t pid_ = 0;
+};
+
+/// A TCP port on the loopback interface that nobody listens on right now.
+int FreePort()
+{
+    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t size = sizeof address;
+    int port = 0;
+    if (fd >= 0 && ::bind(fd, reinterpret_cast<sockaddr*>(&address), size) == 0 &&
+        ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &size) == 0) {
+        port = ntohs(address.sin_port);
+    }
+    ::close(fd);
+    return port;
+}
+
+/// Empty when `tool` is on the PATH, else what to do about it.
+std::string Missing(const std::string& tool, const std::string& package)
+{
+    const bool found = RunHostProcess({"sh", "-c", "command -v \"$0\"", tool}).exitStatus == 0;
+    return found ? std::string()
+                 : tool + " is missing: install the " + package +
+                       " package (scripts/install-deps.sh does)";
+}
+
+TEST(MetricsTest, NodeExporterServesTheMetricsFile)
+{
+    for (const auto& [tool, package] :
+         {std::pair{"prometheus-node-exporter", "prometheus-node-exporter"},
+          std::pair{"promtool", "prometheus"}, std::pair{"curl", "curl"}}) {
+        const std::string missing = Missing(tool, package);
+        ASSERT_TRUE(missing.empty()) << missing;
+    }
+    TempDir dir;
+    WriteFile(dir / "product/agent", "x");
+    const Path manifest = dir / "product/weird \"name\".xml";
+    WriteFile(manifest, "<Manifest><File path=\"%ProductRoot%/agent\"><Check type=\"Value\" "
+                        "value=\"eA==\"/></File><File path=\"%ProductRoot%/gone\">"
+                        "<Check type=\"Exists\"/></File></Manifest>\n");
+    const Path metrics = dir / "textfile/integrity_check.prom";
+    WriteFile(metrics, "stale\n");
+    const ProcessResult verified =
+        RunProgram(Program::Tester, {"--without-signature", manifest.string()}, {},
+                   {"env", "INTEGRITY_CHECK_METRICS=" + metrics.string()});
+    EXPECT_EQ(verified.exitStatus, 1) << verified.err;
+
+    const ProcessResult lint =
+        RunHostProcess({"sh", "-c", "promtool check metrics < \"$0\"", metrics.string()});
+    EXPECT_EQ(lint.exitStatus, 0) << lint.out << lint.err;
+
+    const int port = FreePort();
+    ASSERT_NE(port, 0);
+    const std::string address = "127.0.0.1:" + std::to_string(port);
+    const BackgroundProcess exporter(
+        {"prometheus-node-exporter", "--web.listen-address=" + address,
+         "--collector.disable-defaults", "--collector.textfile",
+         "--collector.textfile.directory=" + (dir / "textfile").string()},
+        dir / "exporter.log");
+    ProcessResult scrape;
+    for (int attempt = 0; attempt < 100; ++attempt) {
+        scrape = RunHostProcess({"curl", "-sf", "http://" + address + "/metrics"});
+        if (scrape.exitStatus == 0) {
+            break;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    }
+    ASSERT_EQ(scrape.exitStatus, 0) << ReadFile(dir / "exporter.log");
+    const std::vector<std::string> lines = Lines(scrape.out);
+    for (const std::string& sample : {
+             std::string("node_textfile_scrape_error 0"),
+             std::string("integrity_check_success 0"),
+             std::string(R"(integrity_check_entries{kind="file",result="failed"} 1)"),
+             std::string(R"(integrity_check_entries{kind="file",result="succeeded"} 1)"),
+             std::string(R"(integrity_check_entries{kind="manifest",result="failed"} 1)"),
+             std::string(R"(integrity_check_entries{kind="registry_value",result="skipped"} 0)"),
+             R"(integrity_check_manifest_signature_verified{manifest=")" +
+                 (dir / "product/weird \\\"name\\\".xml").string() + R"("} 1)",
+             R"(integrity_check_info{version=")" + std::string(ICT_VERSION_TEXT) + R"("} 1)",
+         }) {
+        EXPECT_THAT(lines, ::testing::Contains(sample)) << scrape.out;
+    }
+    EXPECT_THAT(lines, ::testing::Contains(
+                           ::testing::StartsWith("integrity_check_last_run_timestamp_seconds ")));
+    EXPECT_THAT(lines,
+                ::testing::Contains(::testing::StartsWith("integrity_check_duration_seconds ")));
+}
+
+}  // namespace
+}  // namespace integrity_check_tool::test
