@@ -165,7 +165,10 @@ public:
     void AddManifest(const std::string& path, const SignatureDetails& details,
                      const std::optional<std::string>& failure) override
     {
-        manifest_ = JsonString(path);
+        // Later manifests merge into the first, which the entries then belong to.
+        if (manifest_.empty()) {
+            manifest_ = JsonString(path);
+        }
         manifests_.emplace_back(path, !failure);
         if (!targets_.report) {
             return;
@@ -248,8 +251,8 @@ public:
 
         // Both files are attempted; the first failure is the one reported.
         std::optional<std::string> failure;
-        WriteTarget(targets_.report, lines_, failure);
-        WriteTarget(targets_.metrics, MetricsText(metrics), failure);
+        WriteTarget("report", targets_.report, lines_, failure);
+        WriteTarget("metrics", targets_.metrics, MetricsText(metrics), failure);
         if (failure) {
             ICT_THROW("%1%", *failure);
         }
@@ -272,8 +275,8 @@ private:
         return space == std::string::npos ? line : line.substr(space + 1);
     }
 
-    static void WriteTarget(const std::optional<Path>& target, const std::string& text,
-                            std::optional<std::string>& failure)
+    static void WriteTarget(const char* what, const std::optional<Path>& target,
+                            const std::string& text, std::optional<std::string>& failure)
     {
         if (!target) {
             return;
@@ -284,8 +287,7 @@ private:
             file.Commit();
         } catch (...) {
             if (!failure) {
-                failure =
-                    Format("Can't write %1%: %2%", target->string(), CurrentExceptionMessage());
+                failure = Format("The %1% was not written: %2%", what, CurrentExceptionMessage());
             }
         }
     }

@@ -36,7 +36,7 @@ public:
     /// A manifest's signature check; `failure` holds the console's text when it failed.
     virtual void AddManifest(const std::string& path, const SignatureDetails& details,
                              const std::optional<std::string>& failure) = 0;
-    /// An entry of the manifest given last to AddManifest.
+    /// An entry of the manifests, which are merged into the first given to AddManifest.
     virtual void AddEntry(const EntryRecord& entry) = 0;
     /// Writes the files asked for, for a run ending with `exitStatus` and
     /// the counts of `statistics`; throws Exception when one cannot be written.

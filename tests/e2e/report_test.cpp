@@ -111,10 +111,13 @@ protected:
                           launcher);
     }
 
-    static inline const std::vector<std::string> kNames{"changed", "quote\"back\\slash",
-                                                        "bad\xff\xfe"
-                                                        "name",
-                                                        "line\xe2\x80\xa8separator"};
+    static inline const std::vector<std::string> kNames{
+        "changed",
+        "quote\"back\\slash",
+        std::string("bad\xff\xfe") + "name",
+        "line\xe2\x80\xa8separator",
+        std::string("control\n\t\x01\x7f") + "characters",
+    };
     TempDir dir_;
 };
 
@@ -138,7 +141,7 @@ TEST_F(ReportTest, RecordsFollowTheConsoleWhateverTheThreads)
     EXPECT_THAT(lines.front(), ::testing::HasSubstr(R"("result": "verified")"));
     EXPECT_THAT(lines.back(), ::testing::HasSubstr(R"("exit_status": 1)"));
     EXPECT_THAT(lines.back(),
-                ::testing::HasSubstr(R"("file": {"failed": 2, "skipped": 1, "succeeded": 4})"));
+                ::testing::HasSubstr(R"("file": {"failed": 2, "skipped": 1, "succeeded": 5})"));
 
     // Each failure is the console's line, in the console's order.
     std::vector<std::string> consoleFailures = Lines(plain.err);
@@ -174,13 +177,36 @@ TEST_F(ReportTest, UnwritableTargetsFailTheRunWithoutHidingItsOwnResult)
                           Case{Asking(dir_ / "report.jsonl", (dir_ / "missing/m.prom").string()),
                                (dir_ / "missing/m.prom").string()}}) {
         const ProcessResult result = Verify(c.launcher);
-        EXPECT_TRUE(Failed(result, "Can't write " + c.target)) << c.target;
+        EXPECT_TRUE(Failed(result, "was not written: Can't write file " + c.target)) << c.target;
         EXPECT_THAT(result.err, ::testing::HasSubstr("file " + (Product() / "forbidden").string() +
                                                      " failed. Reason:"));
         EXPECT_THAT(result.out, ::testing::HasSubstr("Summary( failed / skipped / succeeded )"));
     }
     // The other target is still written.
     EXPECT_FALSE(Read(dir_ / "report.jsonl").empty());
+}
+
+TEST_F(ReportTest, MergedManifestsComeFirstAndTheFirstOwnsTheEntries)
+{
+    const Path copy = Product() / "copy.xml";
+    boost::filesystem::copy_file(Manifest(), copy);
+    const Path report = dir_ / "report.jsonl";
+    const ProcessResult result =
+        RunProgram(Program::Tester, {"--without-signature", Manifest().string(), copy.string()}, {},
+                   Asking(report));
+    const std::vector<std::string> lines = Read(report);
+    ASSERT_GE(lines.size(), 3u);
+    // The first record's manifest is the one the console names, the others merge into it.
+    const std::string first = Lines(result.err).end()[-2];
+    const std::string name = first.substr(9, first.find(" failed") - 9);
+    EXPECT_THAT(lines[0], ::testing::HasSubstr(R"("path": ")" + name + '"'));
+    EXPECT_THAT(lines[1], ::testing::HasSubstr(R"("record": "manifest")"));
+    EXPECT_THAT(lines[1], ::testing::Not(::testing::HasSubstr(R"("path": ")" + name + '"')));
+    for (const std::string& line : lines) {
+        if (line.find(R"("record": "entry")") != std::string::npos) {
+            EXPECT_THAT(line, ::testing::HasSubstr(R"("manifest": ")" + name + '"'));
+        }
+    }
 }
 
 /// The signature outcome of each flavour, good and refused.
