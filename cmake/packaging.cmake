@@ -58,6 +58,17 @@ install(FILES "${PROJECT_BINARY_DIR}/man/integrity_checker.1.gz" "${PROJECT_BINA
         DESTINATION "${ict_man_dir}" COMPONENT checker)
 install(FILES README.md docs/robustness.md docs/security.md DESTINATION "${CMAKE_INSTALL_DATADIR}/doc/integrity-checker"
         COMPONENT checker)
+# The scheduled check: a hardened oneshot service and its timer, which
+# stays disabled until the operator names the manifests and enables it.
+install(FILES packaging/systemd/integrity-check.service packaging/systemd/integrity-check.timer
+        DESTINATION lib/systemd/system COMPONENT checker)
+install(PROGRAMS packaging/systemd/integrity-check-run DESTINATION lib/integrity-check
+        COMPONENT checker)
+install(FILES packaging/systemd/integrity-check.default DESTINATION /etc/default RENAME integrity-check
+        COMPONENT checker)
+# dpkg keeps the operator's settings over an upgrade.
+file(WRITE "${PROJECT_BINARY_DIR}/checker-control/conffiles" "/etc/default/integrity-check\n")
+set(CPACK_DEBIAN_CHECKER_PACKAGE_CONTROL_EXTRA "${PROJECT_BINARY_DIR}/checker-control/conffiles")
 install(TARGETS integrity_sign integrity_tester RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT sign)
 install(FILES "${PROJECT_BINARY_DIR}/man/integrity_sign.1.gz" "${PROJECT_BINARY_DIR}/man/integrity_tester.1.gz"
         DESTINATION "${ict_man_dir}" COMPONENT sign)

@@ -3,8 +3,9 @@
 #   bash scripts/check-packages.sh AMD64_PACKAGE_DIR [ARM64_PACKAGE_DIR]
 # amd64: installs integrity-checker with dpkg, verifies a manifest signed with
 # the demo hierarchy from the installed paths, refuses a tampered one, shows
-# the man page, then installs integrity-sign, signs with the installed tool,
-# and removes both. arm64: the package lists AArch64 executables only, depends
+# the man page, checks the systemd units and runs the service's command,
+# then installs integrity-sign, signs with the installed tool, and purges
+# both. arm64: the package lists AArch64 executables only, depends
 # on the libraries they link, and its checker runs under qemu.
 # Needs root (or sudo) for dpkg, and packages built with -DICT_ALLOW_DEMO_ROOTS=ON.
 set -euo pipefail
@@ -24,7 +25,7 @@ one() { local f; f=$(ls "$1"/"$2"_*.deb); [ "$(echo "$f" | wc -l)" -eq 1 ] || fa
 work=$(mktemp -d)
 chmod 755 "$work"
 cleanup() {
-    "${sudo_cmd[@]}" dpkg -r integrity-sign integrity-checker >/dev/null 2>&1 || true
+    "${sudo_cmd[@]}" dpkg -P integrity-sign integrity-checker >/dev/null 2>&1 || true
     rm -rf "$work"
 }
 trap cleanup EXIT
@@ -62,6 +63,17 @@ if /usr/bin/integrity_checker "$work/product/tampered.xml" >/dev/null 2>&1; then
 contains "$(man -P cat integrity_checker 2>/dev/null)" '--signature-type' || fail "the man page does not render"
 [ -f /usr/share/doc/integrity-checker/README.md ] && [ -f /usr/share/doc/integrity-checker/security.md ] || fail "no documentation installed"
 
+echo "=== packages (amd64): the scheduled check"
+units=/usr/lib/systemd/system
+[ -f $units/integrity-check.service ] && [ -f $units/integrity-check.timer ] || fail "no systemd units installed"
+[ -x /usr/lib/integrity-check/integrity-check-run ] || fail "the service's command is not installed"
+contains "$(dpkg-deb -I "$checker" conffiles)" '^/etc/default/integrity-check$' ||
+    fail "/etc/default/integrity-check is not a conffile"
+# The operator enables the timer after naming the manifests, not the package.
+if dpkg-deb -I "$checker" postinst >/dev/null 2>&1; then fail "integrity-checker has a postinst"; fi
+contains "$(INTEGRITY_CHECK_MANIFESTS=$manifest /usr/lib/integrity-check/integrity-check-run)" '^SUCCEEDED$' ||
+    fail "the service's command failed"
+
 echo "=== packages (amd64): install integrity-sign, sign, remove both"
 "${sudo_cmd[@]}" dpkg -i "$signer" >/dev/null
 /usr/bin/integrity_sign --type lum-with-filename --key "$pki/leaf.key" --cert "$pki/leaf.pem" \
@@ -69,8 +81,9 @@ echo "=== packages (amd64): install integrity-sign, sign, remove both"
 contains "$(/usr/bin/integrity_checker --signature-type lum-with-filename "$manifest")" '^SUCCEEDED$' ||
     fail "a manifest signed by the installed integrity_sign failed"
 man -w integrity_sign >/dev/null || fail "no man page for integrity_sign"
-"${sudo_cmd[@]}" dpkg -r integrity-sign integrity-checker >/dev/null
-[ ! -e /usr/bin/integrity_checker ] || fail "dpkg -r left integrity_checker behind"
+"${sudo_cmd[@]}" dpkg -P integrity-sign integrity-checker >/dev/null
+[ ! -e /usr/bin/integrity_checker ] || fail "dpkg -P left integrity_checker behind"
+[ ! -e /etc/default/integrity-check ] || fail "dpkg -P left /etc/default/integrity-check behind"
 
 if [ -n "$arm64" ]; then
     echo "=== packages (arm64): contents, dependencies, the checker under qemu"

@@ -23,7 +23,7 @@ libs=(libboost-dev libboost-program-options-dev libboost-filesystem-dev
 # tests. Native only: their arm64 builds can't be installed beside the
 # native ones (not multi-arch), so the emulated stage skips those tests.
 native=(build-essential cmake ninja-build pkg-config file man-db openssl faketime python3 libengine-gost-openssl rhash clang xxd
-        clang-format clang-tidy softhsm2 opensc libengine-pkcs11-openssl
+        clang-format clang-tidy softhsm2 opensc libengine-pkcs11-openssl systemd ansible
         python3-jsonschema curl prometheus-node-exporter prometheus
         libbenchmark-dev "${libs[@]}")
 
