@@ -95,6 +95,8 @@ set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_CHECKER_PACKAGE_NAME integrity-checker)
 set(CPACK_DEBIAN_SIGN_PACKAGE_NAME integrity-sign)
+# Keys in a token are reached through OpenSSL's pkcs11 engine.
+set(CPACK_DEBIAN_SIGN_PACKAGE_RECOMMENDS libengine-pkcs11-openssl)
 set(CPACK_COMPONENT_CHECKER_DESCRIPTION
     "verifies an installed product against signed XML manifests
 integrity_checker verifies an installation against signed manifests
