@@ -56,7 +56,10 @@ install(TARGETS integrity_checker integrity_check_tool RUNTIME DESTINATION "${CM
         COMPONENT checker)
 install(FILES "${PROJECT_BINARY_DIR}/man/integrity_checker.1.gz" "${PROJECT_BINARY_DIR}/man/integrity_check_tool.1.gz"
         DESTINATION "${ict_man_dir}" COMPONENT checker)
-install(FILES README.md docs/robustness.md docs/security.md DESTINATION "${CMAKE_INSTALL_DATADIR}/doc/integrity-checker"
+# Every page of docs/ but the one for developers of the programs.
+file(GLOB ict_user_docs CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/docs/*.md")
+list(REMOVE_ITEM ict_user_docs "${PROJECT_SOURCE_DIR}/docs/architecture.md")
+install(FILES README.md ${ict_user_docs} DESTINATION "${CMAKE_INSTALL_DATADIR}/doc/integrity-checker"
         COMPONENT checker)
 # The scheduled check: a hardened oneshot service and its timer, which
 # stays disabled until the operator names the manifests and enables it.
@@ -72,7 +75,7 @@ set(CPACK_DEBIAN_CHECKER_PACKAGE_CONTROL_EXTRA "${PROJECT_BINARY_DIR}/checker-co
 install(TARGETS integrity_sign integrity_tester RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT sign)
 install(FILES "${PROJECT_BINARY_DIR}/man/integrity_sign.1.gz" "${PROJECT_BINARY_DIR}/man/integrity_tester.1.gz"
         DESTINATION "${ict_man_dir}" COMPONENT sign)
-install(FILES README.md docs/robustness.md docs/security.md
+install(FILES README.md ${ict_user_docs}
         DESTINATION "${CMAKE_INSTALL_DATADIR}/doc/integrity-sign" COMPONENT sign)
 
 # The package version is the programs' own without the build suffix.

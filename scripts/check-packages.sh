@@ -61,7 +61,7 @@ sed 's/Sha256/Value/' "$manifest" > "$work/product/tampered.xml"
 if /usr/bin/integrity_checker "$work/product/tampered.xml" >/dev/null 2>&1; then fail "a tampered manifest passed"; fi
 [ "$(man -w integrity_checker)" = /usr/share/man/man1/integrity_checker.1.gz ] || fail "no man page for integrity_checker"
 contains "$(man -P cat integrity_checker 2>/dev/null)" '--signature-type' || fail "the man page does not render"
-[ -f /usr/share/doc/integrity-checker/README.md ] && [ -f /usr/share/doc/integrity-checker/security.md ] || fail "no documentation installed"
+[ -f /usr/share/doc/integrity-checker/README.md ] && [ -f /usr/share/doc/integrity-checker/security.md ] && [ -f /usr/share/doc/integrity-checker/release.md ] || fail "no documentation installed"
 
 echo "=== packages (amd64): the scheduled check"
 units=/usr/lib/systemd/system

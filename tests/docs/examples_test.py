@@ -110,13 +110,19 @@ def sign(pki, manifest, work, env, kind="lum"):
 
 
 def crl_container(pki, work, env):
+    """crl/lumcrl.rdb with an empty CRL of each root of the hierarchy."""
     os.makedirs(os.path.join(work, "crl"))
-    crl = os.path.join(work, "root.crl.pem")
-    run(["integrity_sign", "--make-crl", "--ca-cert", f"{pki}/root.pem", "--ca-key", f"{pki}/root.key",
-         "--output", crl], work, env)
-    run(["integrity_sign", "--make-container", "--root", f"{pki}/root.pem", "--output", "crl/lumcrl.rdb", crl],
-        work, env)
-    os.remove(crl)
+    roots = sorted(name[:-4] for name in os.listdir(pki) if re.fullmatch(r"root\d*\.pem", name))
+    command = ["integrity_sign", "--make-container", "--output", "crl/lumcrl.rdb"]
+    for root in roots:
+        crl = os.path.join(work, f"{root}.crl.pem")
+        run(["integrity_sign", "--make-crl", "--ca-cert", f"{pki}/{root}.pem", "--ca-key", f"{pki}/{root}.key",
+             "--output", crl], work, env)
+        command[2:2] = ["--root", f"{pki}/{root}.pem"]
+        command.append(crl)
+    run(command, work, env)
+    for root in roots:
+        os.remove(os.path.join(work, f"{root}.crl.pem"))
 
 
 CONFIG = '<Manifest><Files path="%ProductRoot%/bin"/></Manifest>\n'
