@@ -8,6 +8,8 @@ before a ```sh fence, in a man page a line `.\\" runnable` right before its
 the document says its examples start from (FIXTURES below), with copies of
 the built programs first on PATH: the checker's default manifest is the one
 beside its executable, so the copies give the examples a private one.
+Markdown pages start from the top of the source tree (a copy of its pki/),
+the man pages from the directory their EXAMPLES section describes.
 
 Unmarked stay the blocks that need what a test machine must not touch or
 cannot reach: installing packages (apt-get, scripts/install-deps.sh and the
@@ -129,9 +131,8 @@ CONFIG = '<Manifest><Files path="%ProductRoot%/bin"/></Manifest>\n'
 
 
 def source_tree(source, work, env, bin_dir):
-    """The top of the source tree: what its examples read from it."""
-    for folder in ("pki", "scripts"):
-        shutil.copytree(os.path.join(source, folder), os.path.join(work, folder))
+    """The top of the source tree, as far as the examples read it: pki/."""
+    shutil.copytree(os.path.join(source, "pki"), os.path.join(work, "pki"))
 
 
 def signing_directory(source, work, env, bin_dir):
