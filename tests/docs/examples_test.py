@@ -244,6 +244,8 @@ def run_document(source, name, programs):
 
 def main():
     source, programs, names = sys.argv[1], sys.argv[2:6], sys.argv[6:]
+    # A test timeout still stops the blocks and removes their directories.
+    signal.signal(signal.SIGTERM, lambda number, frame: sys.exit(1))
     started = time.monotonic()
     passed = True
     for name in documents(source, names):
