@@ -153,6 +153,17 @@ void ContainerBuilder::Add(const Path& path)
 
 Blob ContainerBuilder::Build() const
 {
+    // Once a container holds anything, the checker wants a database for
+    // every root it trusts and fails every check without one; a root given
+    // here is meant to be trusted, so a container missing its CRL would
+    // stop every check of that build.
+    for (std::size_t root = 0; root < roots_.size(); ++root) {
+        if (std::none_of(entries_.begin(), entries_.end(),
+                         [root](const Entry& entry) { return entry.root == root; })) {
+            ICT_THROW(messages::kRootWithoutCrl, rootPaths_[root].string(),
+                      SubjectOf(*roots_[root]));
+        }
+    }
     std::vector<crypto::lum::RevocationDatabase> databases;
     for (const Entry& entry : entries_) {
         databases.push_back({entry.hierarchyId, entry.crl});

@@ -5,6 +5,7 @@
 #include "exception.h"
 #include "sign/credentials.h"
 #include "sign/messages.h"
+#include "signature/gost_key_set.h"
 
 namespace integrity_check_tool::sign {
 
@@ -34,6 +35,20 @@ vorn::GostPrivateKey LoadKey(const Path& path)
     }
 }
 
+bool IsCompiledIn(const vorn::GostPublicKey& key)
+{
+    const std::uint8_t version = key.Curve().Width() == 32 ? 1 : 2;
+    for (const bool regular : {true, false}) {
+        const vorn::GostKeyBlobs blobs = vorn::CompiledInGostKeys(regular);
+        const vorn::GostKeySet set(blobs.keys256, blobs.keys512);
+        const vorn::GostPublicKey* known = set.Find(version, key.Id());
+        if (known != nullptr && known->Coordinates() == key.Coordinates()) {
+            return true;
+        }
+    }
+    return false;
+}
+
 }  // namespace
 
 Vorn2Signer::Vorn2Signer(const SignOptions& options) : key_(LoadKey(options.key)) {}
@@ -41,6 +56,15 @@ Vorn2Signer::Vorn2Signer(const SignOptions& options) : key_(LoadKey(options.key)
 Blob Vorn2Signer::Sign(std::span<const std::uint8_t> content, const std::string& /*fileName*/) const
 {
     return vorn::SignVorn2Record(content, key_);
+}
+
+ISigner::Verdict Vorn2Signer::Check(const Path& /*file*/, const Path& /*target*/,
+                                    const Blob& /*signedFile*/) const
+{
+    if (IsCompiledIn(key_.PublicKey())) {
+        return {};
+    }
+    return {{}, messages::kGostKeyNotCompiledIn};
 }
 
 }  // namespace integrity_check_tool::sign
