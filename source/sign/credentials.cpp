@@ -157,7 +157,7 @@ EvpPkeyPtr LoadPrivateKey(const Path& path, const std::optional<Path>& passFile)
         if (source.asked) {
             ICT_THROW(messages::kWrongPassphrase, path.string());
         }
-        ICT_THROW(messages::kCantReadKey, path.string(), error);
+        ICT_THROW(messages::kCantRead, "private key", path.string(), error);
     }
     ERR_clear_error();
     return key;
@@ -185,7 +185,7 @@ CertificateStackPtr LoadCertificates(const Path& path)
         Push(certificates.get(), std::move(certificate));
     }
     if (sk_X509_num(certificates.get()) == 0) {
-        ICT_THROW(messages::kCantReadCertificate, path.string(), TakeOpenSslError());
+        ICT_THROW(messages::kCantRead, "certificate", path.string(), TakeOpenSslError());
     }
     // The PEM loop ends on "no start line"; that is not an error.
     ERR_clear_error();
@@ -212,7 +212,7 @@ X509CrlPtr LoadCrl(const Path& path)
                        ? PEM_read_bio_X509_CRL(bio.get(), nullptr, NoPassword, nullptr)
                        : d2i_X509_CRL_bio(bio.get(), nullptr));
     if (!crl) {
-        ICT_THROW(messages::kCantReadCrl, path.string(), TakeOpenSslError());
+        ICT_THROW(messages::kCantRead, "CRL", path.string(), TakeOpenSslError());
     }
     ERR_clear_error();
     return crl;

@@ -32,16 +32,18 @@ inline constexpr const char* kBadSerial =
 inline constexpr const char* kOpenSslFailed = "OpenSSL failure: %1%";
 inline constexpr const char* kNotRegularFile = "%1% is not a regular file";
 inline constexpr const char* kFileTooLarge = "%1% is too large";
-inline constexpr const char* kCantReadKey = "Can't read private key from %1%: %2%";
+/// %1% what ("private key", "certificate", "CRL"), %2% the file, %3% why.
+inline constexpr const char* kCantRead = "Can't read %1% from %2%: %3%";
 inline constexpr const char* kWrongPassphrase =
     "Can't read the private key %1%: wrong passphrase or not a key";
 inline constexpr const char* kPassphraseNeeded =
     "Private key %1% is encrypted and there is no terminal to ask for its passphrase: put it on "
     "the first line of a file only you can read and give --pass-file FILE";
 inline constexpr const char* kPassphrasePrompt = "Passphrase for %1%: ";
+inline constexpr const char* kGostKeyEncrypted =
+    "GOST key %1% is encrypted; integrity_sign reads GOST keys unencrypted only, as --gen-key "
+    "writes them";
 inline constexpr const char* kEmptyPassFile = "Passphrase file %1% holds nothing on its first line";
-inline constexpr const char* kCantReadCertificate = "Can't read certificate from %1%: %2%";
-inline constexpr const char* kCantReadCrl = "Can't read CRL from %1%: %2%";
 
 // Keys and certificates in tokens
 inline constexpr const char* kTokenOptionsWithoutUri =
@@ -63,10 +65,9 @@ inline constexpr const char* kNoPkcs11Engine =
     "Can't use keys in tokens: OpenSSL's pkcs11 engine can't be loaded (install "
     "libengine-pkcs11-openssl): %1%";
 inline constexpr const char* kCantLoadModule = "Can't load PKCS#11 module %1%: %2%";
-inline constexpr const char* kCantLoadTokenKey =
-    "Can't load private key %1% through PKCS#11 module %2%: %3%";
-inline constexpr const char* kCantLoadTokenCertificate =
-    "Can't load certificate %1% through PKCS#11 module %2%: %3%";
+/// %1% what ("private key", "certificate"), %2% the URI, %3% the module, %4% why.
+inline constexpr const char* kCantLoadFromToken =
+    "Can't load %1% %2% through PKCS#11 module %3%: %4%";
 
 // Key generation
 inline constexpr const char* kKeyExists =
@@ -150,10 +151,9 @@ inline constexpr const char* kReplyWithoutToken = "Time-stamp reply %1% carries 
 inline constexpr const char* kImprintMismatch =
     "Time-stamp token of %1% is not for the signature of %2%: its message imprint is not the "
     "SHA-256 digest of that signature";
-inline constexpr const char* kNonceMismatch =
-    "Time-stamp token of %1% does not answer request %2%: its nonce differs";
-inline constexpr const char* kNonceMissing =
-    "Time-stamp token of %1% does not answer request %2%: it carries no nonce";
+/// %3% "its nonce differs" or "it carries no nonce".
+inline constexpr const char* kNotTheAnswer =
+    "Time-stamp token of %1% does not answer request %2%: %3%";
 inline constexpr const char* kFutureTime =
     "Time-stamp token of %1% is dated %2%, in the future: the checker refuses it until then";
 inline constexpr const char* kNoTsaCertificate =

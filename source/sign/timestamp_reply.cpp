@@ -164,10 +164,10 @@ void TimestampReply::CheckNonce(const TimestampRequest& request,
     const ASN1_INTEGER* expected = request.Nonce();
     const ASN1_INTEGER* nonce = TS_TST_INFO_get_nonce(TS_RESP_get_tst_info(reply_.get()));
     if (expected != nullptr && nonce == nullptr) {
-        ICT_THROW(messages::kNonceMissing, source_, requestName);
+        ICT_THROW(messages::kNotTheAnswer, source_, requestName, "it carries no nonce");
     }
     if (expected != nullptr && ASN1_INTEGER_cmp(expected, nonce) != 0) {
-        ICT_THROW(messages::kNonceMismatch, source_, requestName);
+        ICT_THROW(messages::kNotTheAnswer, source_, requestName, "its nonce differs");
     }
 }
 
