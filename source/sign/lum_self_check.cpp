@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <ctime>
+#include <iterator>
 #include <optional>
 
 #include <openssl/asn1.h>
@@ -37,8 +38,8 @@ Blob ToDer(X509& certificate)
     return der;
 }
 
-/// The flags that made the check fail, "IncompleteChain|Expired".
-std::string FailureFlags(const std::vector<std::string>& flags)
+/// The names of the flags that made the check fail, as the checker prints them.
+std::vector<std::string> FailureFlags(const std::vector<std::string>& flags)
 {
     static const std::vector<std::string> kBenign = {"Signed",
                                                      "Trusted",
@@ -46,13 +47,12 @@ std::string FailureFlags(const std::vector<std::string>& flags)
                                                      "Catalog",
                                                      "RevocationCheckSkipped",
                                                      "CounterSignatureUsed"};
-    std::string text;
-    for (const std::string& flag : flags) {
-        if (std::find(kBenign.begin(), kBenign.end(), flag) == kBenign.end()) {
-            text += (text.empty() ? "" : "|") + flag;
-        }
-    }
-    return text;
+    std::vector<std::string> failures;
+    std::copy_if(flags.begin(), flags.end(), std::back_inserter(failures),
+                 [](const std::string& flag) {
+                     return std::find(kBenign.begin(), kBenign.end(), flag) == kBenign.end();
+                 });
+    return failures;
 }
 
 std::string TimeText(const ASN1_TIME* time)
@@ -67,9 +67,22 @@ std::string TimeText(const ASN1_TIME* time)
 
 /// A failed check: the flags the checker reports and the subject of the leaf.
 struct Failure {
-    std::string flags;
+    std::vector<std::string> flags;
     std::string subject;
     std::string message;  ///< when no flags were reported
+
+    bool Has(const char* flag) const
+    {
+        return std::find(flags.begin(), flags.end(), flag) != flags.end();
+    }
+    std::string JoinedFlags() const
+    {
+        std::string text;
+        for (const std::string& flag : flags) {
+            text += (text.empty() ? "" : "|") + flag;
+        }
+        return text;
+    }
 };
 
 }  // namespace
@@ -110,24 +123,24 @@ std::string LumSelfCheck::Check(const Path& file, const Path& target, const Blob
                             details.signer ? details.signer->subject : std::string(),
                             error.GetDescription()};
             // A set the chain reaches says more than one it does not.
-            if (!reported || (reported->flags.find("IncompleteChain") != std::string::npos &&
-                              failure.flags.find("IncompleteChain") == std::string::npos)) {
+            if (!reported ||
+                (reported->Has("IncompleteChain") && !failure.Has("IncompleteChain"))) {
                 reported = std::move(failure);
             }
         }
     }
     if (!reported) {
-        ICT_THROW(messages::kWouldNotVerify, file.string(), "no roots to verify against");
+        ICT_THROW(messages::kWouldNotVerify, file.string(), messages::kNoRoots);
     }
-    const std::string& flags = reported->flags;
+    const std::string flags = reported->JoinedFlags();
     if (flags.empty()) {
         ICT_THROW(messages::kWouldNotVerify, file.string(), reported->message);
     }
     std::string why;
-    if (flags.find("IncompleteChain") != std::string::npos) {
+    if (reported->Has("IncompleteChain")) {
         why = Format(givenRoots_ ? messages::kNoChainToGivenRoot : messages::kNoChainToCompiledIn,
                      reported->subject);
-    } else if (flags.find("Expired") != std::string::npos) {
+    } else if (reported->Has("Expired")) {
         if (X509_cmp_current_time(X509_get0_notAfter(&leaf)) < 0) {
             why = Format(messages::kLeafExpired, reported->subject,
                          TimeText(X509_get0_notAfter(&leaf)));

@@ -96,6 +96,7 @@ inline constexpr const char* kVerifiedAlternative =
 inline constexpr const char* kVerifiedByRoot = "Verified: chains to the root in %1%";
 inline constexpr const char* kWouldNotVerify =
     "Refusing to sign %1%: the signature would not verify: %2%";
+inline constexpr const char* kNoRoots = "the build has no roots to verify against";
 inline constexpr const char* kNoChainToCompiledIn =
     "no chain from the leaf \"%1%\" to a compiled-in root; pass its intermediates with --chain, "
     "or its own root with --root";
