@@ -192,6 +192,17 @@ CertificateStackPtr LoadCertificates(const Path& path)
     return certificates;
 }
 
+Blob CertificateDer(X509& certificate)
+{
+    const int size = i2d_X509(&certificate, nullptr);
+    Blob der(size > 0 ? static_cast<std::size_t>(size) : 0);
+    unsigned char* cursor = der.data();
+    if (size <= 0 || i2d_X509(&certificate, &cursor) != size) {
+        ICT_THROW(messages::kOpenSslFailed, TakeOpenSslError());
+    }
+    return der;
+}
+
 std::string SubjectOf(X509& certificate)
 {
     const BioPtr bio(BIO_new(BIO_s_mem()));

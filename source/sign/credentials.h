@@ -36,6 +36,9 @@ X509Ptr LoadCertificate(const Path& path);
 /// Exception when there is none.
 CertificateStackPtr LoadCertificates(const Path& path);
 
+/// The DER encoding of `certificate`.
+Blob CertificateDer(X509& certificate);
+
 /// The subject of `certificate`, RFC 2253 one-line form ("CN=Leaf,O=Maker").
 std::string SubjectOf(X509& certificate);
 

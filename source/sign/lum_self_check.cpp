@@ -12,7 +12,6 @@
 #include "exception.h"
 #include "sign/credentials.h"
 #include "sign/messages.h"
-#include "sign/openssl_error.h"
 #include "signature/lum_roots.h"
 #include "signature/lum_verifier.h"
 
@@ -26,17 +25,6 @@ public:
     bool IsEnabled(std::uint32_t) const noexcept override { return false; }
     void Write(std::uint32_t, std::string_view) noexcept override {}
 };
-
-Blob ToDer(X509& certificate)
-{
-    const int size = i2d_X509(&certificate, nullptr);
-    Blob der(size > 0 ? static_cast<std::size_t>(size) : 0);
-    unsigned char* cursor = der.data();
-    if (size <= 0 || i2d_X509(&certificate, &cursor) != size) {
-        ICT_THROW(messages::kOpenSslFailed, TakeOpenSslError());
-    }
-    return der;
-}
 
 /// The names of the flags that made the check fail, as the checker prints them.
 std::vector<std::string> FailureFlags(const std::vector<std::string>& flags)
@@ -94,7 +82,7 @@ LumSelfCheck::LumSelfCheck(std::vector<Path> roots, bool withFileName)
         const crypto::CertificateStackPtr certificates = LoadCertificates(path);
         RootSet set{Format(messages::kVerifiedByRoot, path.string()), {}};
         for (int i = 0; i < sk_X509_num(certificates.get()); ++i) {
-            set.roots.push_back(ToDer(*sk_X509_value(certificates.get(), i)));
+            set.roots.push_back(CertificateDer(*sk_X509_value(certificates.get(), i)));
         }
         sets_.push_back(std::move(set));
     }

@@ -118,8 +118,8 @@ inline constexpr const char* kNotCrlIssuer =
     "Can't make a CRL with %1% (\"%2%\"): it is not a CA that may sign CRLs (basicConstraints "
     "CA:TRUE and, with a key usage, cRLSign); give the root certificate";
 inline constexpr const char* kRootWithoutCrl =
-    "Root %1% (\"%2%\") has no CRL among the inputs; the checker needs one for every root once "
-    "the container holds any: make one with --make-crl";
+    "Root %1% (\"%2%\") has no CRL among the inputs; once a container holds any, the checker "
+    "needs one for every code-signing root it trusts: make one with --make-crl";
 inline constexpr const char* kCrlNotFromRoot =
     "CRL %1% is not issued and signed by any of the given roots";
 inline constexpr const char* kTwoCrlsForRoot =

@@ -215,14 +215,15 @@ TEST_F(SignToolTest, CrlListsTheSerialsAndTheContainerFilesEachUnderItsRoot)
     EXPECT_THAT(warned.err, HasSubstr("Warning: CRL " + crl + " is due for its next update on "));
     EXPECT_TRUE(boost::filesystem::exists(soon));
 
-    // The container takes DER roots, and keeps the order of the CRLs given.
+    // The container takes DER roots, keeps the order of the CRLs given, and
+    // needs none for a TSA root.
     ASSERT_EQ(MakeCrl("alternative/root", dir_ / "first.pem").exitStatus, 0);
     ASSERT_EQ(MakeCrl("alternative/root2", dir_ / "second.pem", {"--revoke", "01"}).exitStatus, 0);
     const Path container = dir_ / "lumcrl.rdb";
-    const ProcessResult contained =
-        RunSign({"--make-container", "--root", Demo("alternative/root.pem"), "--root",
-                 Demo("alternative/root2.der"), "--output", container.string(),
-                 (dir_ / "second.pem").string(), (dir_ / "first.pem").string()});
+    const ProcessResult contained = RunSign(
+        {"--make-container", "--root", Demo("alternative/root.pem"), "--root",
+         Demo("alternative/root2.der"), "--root", Demo("alternative/tsa-root.pem"), "--output",
+         container.string(), (dir_ / "second.pem").string(), (dir_ / "first.pem").string()});
     ASSERT_EQ(contained.exitStatus, 0) << contained.err;
     EXPECT_EQ(contained.err, "") << "no warning for the default 30 days";
     const std::string text = ReadFile(container);
