@@ -1,7 +1,6 @@
 #include "sign/arguments.h"
 
 #include <algorithm>
-#include <sstream>
 
 #include "exception.h"
 #include "sign/messages.h"
@@ -49,7 +48,11 @@ SignArguments::SignArguments() : visible_("Options")
         ("pin-file", po::value<std::string>()->value_name("FILE"),
          "the token's PIN: the first line of FILE (default: the URI's pin-source)")
         ("chain", po::value<std::string>()->value_name("CHAIN"),
-         "PEM file of intermediate certificates to carry in the signature (lum types)")
+         "PEM file of the intermediate certificates from LEAF up to its root, carried in the "
+         "signature (lum types); the result must verify before it is written")
+        ("pass-file", po::value<std::string>()->value_name("FILE"),
+         "the passphrase of an encrypted KEY (or --ca-key): the first line of FILE (default: "
+         "asked on the terminal)")
         ("digest", po::value<std::string>()->value_name("NAME")->default_value("sha256"),
          "message digest: sha256, sha384 or sha512 (lum types; vorn2 follows the key size)")
         ("replace", po::bool_switch(), "replace an existing signature instead of refusing");
@@ -67,7 +70,9 @@ SignArguments::SignArguments() : visible_("Options")
         ("make-container", po::bool_switch(),
          "pack CRLs into the revocation container (lumcrl.rdb)")
         ("root", po::value<std::vector<std::string>>()->value_name("ROOT")->composing(),
-         "a root certificate whose CRL may go into the container (repeatable)");
+         "a root certificate (repeatable): with --make-container, one whose CRL goes into the "
+         "container, each needing one; when signing, the root to verify the signature under "
+         "instead of the compiled-in ones");
 
     po::options_description keys("GOST keys for vorn2");
     keys.add_options()
@@ -93,6 +98,8 @@ SignArguments::SignArguments() : visible_("Options")
     po::options_description general("General");
     general.add_options()
         ("output", po::value<std::string>()->value_name("PATH"), "the file to write")
+        ("debug", po::bool_switch(),
+         "on failure, print the full diagnostic instead of the one-line reason")
         ("help,h", "print this help");
     // clang-format on
 
@@ -113,7 +120,7 @@ void SignArguments::Parse(const std::vector<std::string>& arguments)
                   variables_);
         po::notify(variables_);
     } catch (const po::error& error) {
-        UsageError(error.what());
+        Refuse(error.what());
     }
     if (!IsHelpRequested()) {
         Validate();
@@ -128,18 +135,21 @@ bool SignArguments::IsHelpRequested() const
 void SignArguments::PrintHelp(std::ostream& out) const
 {
     out << "Usage:\n"
-           "  integrity_sign --type lum|lum-with-filename|vorn2 --key KEY [--cert LEAF]\n"
-           "                 [--pkcs11-module MODULE] [--pin-file FILE] [--chain CHAIN]\n"
-           "                 [--digest sha256|sha384|sha512] [--output OUT] [--replace] FILE\n"
-           "  integrity_sign --make-crl --ca-cert ROOT.pem --ca-key ROOT.key [--revoke SERIAL]...\n"
-           "                 [--days N] --output CRL.pem\n"
+           "  integrity_sign --type lum|lum-with-filename --key KEY --cert LEAF --chain CHAIN\n"
+           "                 [--root ROOT]... [--pass-file FILE] [--pkcs11-module MODULE]\n"
+           "                 [--pin-file FILE] [--digest sha256|sha384|sha512] [--output OUT]\n"
+           "                 [--replace] FILE\n"
+           "  integrity_sign --type vorn2 --key KEY [--output OUT] [--replace] FILE\n"
+           "  integrity_sign --make-crl --ca-cert ROOT.pem --ca-key ROOT.key [--pass-file FILE]\n"
+           "                 [--revoke SERIAL]... [--days N] --output CRL.pem\n"
            "  integrity_sign --make-container --root ROOT.pem [--root ROOT2.pem]...\n"
            "                 --output lumcrl.rdb CRL [CRL]...\n"
            "  integrity_sign --gen-key gost256|gost512 [--paramset A|B|C|D] --output KEY\n"
            "                 [--pubout PUB]\n"
            "  integrity_sign --tsa-query REQ FILE\n"
            "  integrity_sign --tsa-reply REP [--tsa-query REQ] [--output OUT] FILE\n"
-           "  integrity_sign --tsa-url URL [--output OUT] FILE\n\n";
+           "  integrity_sign --tsa-url URL [--output OUT] FILE\n"
+           "Add --debug to any form for the full diagnostic of a failure.\n\n";
     out << visible_;
 }
 
@@ -152,10 +162,10 @@ void SignArguments::Validate()
     const int forms = int{given("type")} + int{given("make-crl")} + int{given("make-container")} +
                       int{given("gen-key")} + int{stamping};
     if (forms == 0) {
-        UsageError(messages::kNoMode);
+        Refuse(messages::kNoMode);
     }
     if (forms > 1) {
-        UsageError(messages::kTwoModes);
+        Refuse(messages::kTwoModes);
     }
     if (given("type")) {
         ValidateSign();
@@ -173,20 +183,20 @@ void SignArguments::Validate()
 void SignArguments::ValidateSign()
 {
     mode_ = Mode::Sign;
-    AllowOnly({"type", "key", "cert", "pkcs11-module", "pin-file", "chain", "digest", "replace",
-               "output", "input"},
+    AllowOnly({"type", "key", "cert", "pkcs11-module", "pin-file", "chain", "root", "pass-file",
+               "digest", "replace", "output", "input"},
               kSignForm);
     const std::string type = variables_["type"].as<std::string>();
     try {
         sign_.type = FromName<SignatureType>(type);
     } catch (const Exception&) {
-        UsageError(Format(messages::kUnknownType, type));
+        Refuse(Format(messages::kUnknownType, type));
     }
     Require("key", kSignForm);
     if (sign_.type == SignatureType::Vorn2) {
-        for (const char* option : {"cert", "chain", "digest"}) {
+        for (const char* option : {"cert", "chain", "root", "digest", "pass-file"}) {
             if (variables_.count(option) != 0 && !variables_[option].defaulted()) {
-                UsageError(Format(messages::kNotForVorn2, option));
+                Refuse(Format(messages::kNotForVorn2, option));
             }
         }
     } else {
@@ -196,19 +206,19 @@ void SignArguments::ValidateSign()
         Pkcs11Uri::Is(variables_["key"].as<std::string>()) ||
         (variables_.count("cert") != 0 && Pkcs11Uri::Is(variables_["cert"].as<std::string>()));
     if (sign_.type == SignatureType::Vorn2 && inToken) {
-        UsageError(messages::kVorn2NotInToken);
+        Refuse(messages::kVorn2NotInToken);
     }
     if (!inToken && (variables_.count("pkcs11-module") != 0 || variables_.count("pin-file") != 0)) {
-        UsageError(messages::kTokenOptionsWithoutUri);
+        Refuse(messages::kTokenOptionsWithoutUri);
     }
     sign_.digest = variables_["digest"].as<std::string>();
     static constexpr const char* kDigests[] = {"sha256", "sha384", "sha512"};
     if (std::find(std::begin(kDigests), std::end(kDigests), sign_.digest) == std::end(kDigests)) {
-        UsageError(Format(messages::kUnknownDigest, sign_.digest));
+        Refuse(Format(messages::kUnknownDigest, sign_.digest));
     }
     if (variables_.count("input") == 0 ||
         variables_["input"].as<std::vector<std::string>>().size() != 1) {
-        UsageError(messages::kOneFile);
+        Refuse(messages::kOneFile);
     }
     sign_.key = variables_["key"].as<std::string>();
     if (variables_.count("cert") != 0) {
@@ -223,6 +233,12 @@ void SignArguments::ValidateSign()
     if (variables_.count("chain") != 0) {
         sign_.chain = Path(variables_["chain"].as<std::string>());
     }
+    if (variables_.count("root") != 0) {
+        sign_.roots = ToPaths(variables_["root"].as<std::vector<std::string>>());
+    }
+    if (variables_.count("pass-file") != 0) {
+        sign_.passFile = Path(variables_["pass-file"].as<std::string>());
+    }
     if (variables_.count("output") != 0) {
         sign_.output = Path(variables_["output"].as<std::string>());
     }
@@ -234,18 +250,21 @@ void SignArguments::ValidateCrl()
 {
     mode_ = Mode::MakeCrl;
     if (variables_.count("input") != 0) {
-        UsageError(Format(messages::kNoPositional, kCrlForm));
+        Refuse(Format(messages::kNoPositional, kCrlForm));
     }
-    AllowOnly({"make-crl", "ca-cert", "ca-key", "revoke", "days", "output"}, kCrlForm);
+    AllowOnly({"make-crl", "ca-cert", "ca-key", "pass-file", "revoke", "days", "output"}, kCrlForm);
     Require("ca-cert", kCrlForm);
     Require("ca-key", kCrlForm);
     Require("output", kCrlForm);
     crl_.days = variables_["days"].as<int>();
     if (crl_.days < 1 || crl_.days > kMaxDays) {
-        UsageError(Format(messages::kBadDays, crl_.days));
+        Refuse(Format(messages::kBadDays, crl_.days));
     }
     crl_.caCertificate = variables_["ca-cert"].as<std::string>();
     crl_.caKey = variables_["ca-key"].as<std::string>();
+    if (variables_.count("pass-file") != 0) {
+        crl_.passFile = Path(variables_["pass-file"].as<std::string>());
+    }
     if (variables_.count("revoke") != 0) {
         crl_.serials = variables_["revoke"].as<std::vector<std::string>>();
     }
@@ -259,7 +278,7 @@ void SignArguments::ValidateContainer()
     Require("root", kContainerForm);
     Require("output", kContainerForm);
     if (variables_.count("input") == 0) {
-        UsageError(messages::kNoCrls);
+        Refuse(messages::kNoCrls);
     }
     container_.roots = ToPaths(variables_["root"].as<std::vector<std::string>>());
     container_.crls = ToPaths(variables_["input"].as<std::vector<std::string>>());
@@ -270,7 +289,7 @@ void SignArguments::ValidateKey()
 {
     mode_ = Mode::GenerateKey;
     if (variables_.count("input") != 0) {
-        UsageError(Format(messages::kNoPositional, kKeyForm));
+        Refuse(Format(messages::kNoPositional, kKeyForm));
     }
     AllowOnly({"gen-key", "paramset", "output", "pubout"}, kKeyForm);
     Require("output", kKeyForm);
@@ -278,7 +297,7 @@ void SignArguments::ValidateKey()
     if (type == "gost256" || type == "gost512") {
         key_.bits = type == "gost256" ? 256 : 512;
     } else {
-        UsageError(Format(messages::kUnknownKeyType, type));
+        Refuse(Format(messages::kUnknownKeyType, type));
     }
     // The generator checks the set against the key size.
     key_.paramSet = variables_["paramset"].as<std::string>();
@@ -286,7 +305,7 @@ void SignArguments::ValidateKey()
     if (variables_.count("pubout") != 0) {
         key_.publicOutput = Path(variables_["pubout"].as<std::string>());
         if (*key_.publicOutput == key_.output) {
-            UsageError(messages::kSameKeyFiles);
+            Refuse(messages::kSameKeyFiles);
         }
     }
 }
@@ -307,7 +326,7 @@ void SignArguments::ValidateTimestamp()
     }
     if (variables_.count("input") == 0 ||
         variables_["input"].as<std::vector<std::string>>().size() != 1) {
-        UsageError(messages::kOneSignedFile);
+        Refuse(messages::kOneSignedFile);
     }
     stamp_.file = variables_["input"].as<std::vector<std::string>>().front();
     if (variables_.count("tsa-query") != 0) {
@@ -321,9 +340,9 @@ void SignArguments::ValidateTimestamp()
 void SignArguments::AllowOnly(const std::vector<std::string>& allowed, const char* form) const
 {
     for (const auto& [name, value] : variables_) {
-        if (!value.defaulted() &&
+        if (!value.defaulted() && name != "debug" &&
             std::find(allowed.begin(), allowed.end(), name) == allowed.end()) {
-            UsageError(Format(messages::kOptionNotForMode, name, form));
+            Refuse(Format(messages::kOptionNotForMode, name, form));
         }
     }
 }
@@ -331,16 +350,13 @@ void SignArguments::AllowOnly(const std::vector<std::string>& allowed, const cha
 void SignArguments::Require(const char* option, const char* form) const
 {
     if (variables_.count(option) == 0) {
-        UsageError(Format(messages::kOptionRequired, option, form));
+        Refuse(Format(messages::kOptionRequired, option, form));
     }
 }
 
-void SignArguments::UsageError(const std::string& message) const
+void SignArguments::Refuse(const std::string& message) const
 {
-    std::ostringstream text;
-    text << message << "\n\n";
-    PrintHelp(text);
-    BOOST_THROW_EXCEPTION(Exception(text.str()));
+    BOOST_THROW_EXCEPTION(UsageError(message));
 }
 
 }  // namespace integrity_check_tool::sign

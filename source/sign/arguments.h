@@ -6,9 +6,17 @@
 
 #include <boost/program_options.hpp>
 
+#include "exception.h"
 #include "sign/options.h"
 
 namespace integrity_check_tool::sign {
+
+/// A command line the tool can't run: the description is the reason only.
+// Not final: BOOST_THROW_EXCEPTION derives from it.
+class UsageError : public Exception {
+public:
+    using Exception::Exception;
+};
 
 /// The signing tool's command line: five forms, chosen by --type,
 /// --make-crl, --make-container, --gen-key or the --tsa options.
@@ -16,8 +24,8 @@ class SignArguments final {
 public:
     SignArguments();
 
-    /// Parses the whole argument list (program name first); usage errors
-    /// throw Exception with the message, a blank line and the help text.
+    /// Parses the whole argument list (program name first); throws
+    /// UsageError with the reason.
     void Parse(const std::vector<std::string>& arguments);
 
     /// True when --help was given (nothing else is then validated).
@@ -47,7 +55,7 @@ private:
     /// Throws when an option outside `allowed` was given for `form`.
     void AllowOnly(const std::vector<std::string>& allowed, const char* form) const;
     void Require(const char* option, const char* form) const;
-    [[noreturn]] void UsageError(const std::string& message) const;
+    [[noreturn]] void Refuse(const std::string& message) const;
 
     boost::program_options::options_description visible_;
     boost::program_options::options_description all_;

@@ -1,5 +1,7 @@
 #include "sign/container_builder.h"
 
+#include <algorithm>
+
 #include <lum/crl_currency.h>
 #include <lum/format.h>
 #include <openssl/err.h>
@@ -9,6 +11,7 @@
 #include "sign/credentials.h"
 #include "sign/messages.h"
 #include "sign/openssl_error.h"
+#include "signature/lum_roots.h"
 
 namespace integrity_check_tool::sign {
 
@@ -153,6 +156,21 @@ void ContainerBuilder::Add(const Path& path)
 
 Blob ContainerBuilder::Build() const
 {
+    // Once a container holds anything, the checker wants a database for
+    // every code-signing root it trusts and fails every check without one.
+    // A root is given here to be trusted, so a container missing its CRL
+    // would stop every check of the flavour that trusts it. TSA roots are
+    // exempt: their databases are optional.
+    const std::vector<Blob> tsaRoots = lum::TsaRoots();
+    for (std::size_t root = 0; root < roots_.size(); ++root) {
+        const bool tsa = std::find(tsaRoots.begin(), tsaRoots.end(),
+                                   CertificateDer(*roots_[root])) != tsaRoots.end();
+        if (!tsa && std::none_of(entries_.begin(), entries_.end(),
+                                 [root](const Entry& entry) { return entry.root == root; })) {
+            ICT_THROW(messages::kRootWithoutCrl, rootPaths_[root].string(),
+                      SubjectOf(*roots_[root]));
+        }
+    }
     std::vector<crypto::lum::RevocationDatabase> databases;
     for (const Entry& entry : entries_) {
         databases.push_back({entry.hierarchyId, entry.crl});

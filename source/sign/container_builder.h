@@ -26,7 +26,8 @@ public:
     /// next update.
     void Add(const Path& path);
 
-    /// The container's bytes, CRLs in the order added.
+    /// The container's bytes, CRLs in the order added; throws Exception
+    /// naming a root that has no CRL, unless it is a compiled-in TSA root.
     Blob Build() const;
 
     /// One line for each CRL added that goes out of date within kWarningDays.

@@ -115,12 +115,21 @@ void AddExtensions(X509_CRL& crl, X509& issuer)
 
 }  // namespace
 
-CrlMaker::CrlMaker(const Path& caCertificate, const Path& caKey)
-    : certificate_(LoadCertificate(caCertificate)), key_(LoadPrivateKey(caKey))
+CrlMaker::CrlMaker(const Path& caCertificate, const Path& caKey,
+                   const std::optional<Path>& passFile)
+    : certificate_(LoadCertificate(caCertificate)), key_(LoadPrivateKey(caKey, passFile))
 {
     if (X509_check_private_key(certificate_.get(), key_.get()) != 1) {
         ERR_clear_error();
         ICT_THROW(messages::kKeyDoesNotMatch, caKey.string(), caCertificate.string());
+    }
+    // The checker verifies a CRL under its root alone; a CRL from anything
+    // else would only make the container refuse it later.
+    const std::uint32_t flags = X509_get_extension_flags(certificate_.get());
+    const bool crlSigner =
+        (flags & EXFLAG_KUSAGE) == 0 || (X509_get_key_usage(certificate_.get()) & KU_CRL_SIGN) != 0;
+    if ((flags & EXFLAG_CA) == 0 || !crlSigner) {
+        ICT_THROW(messages::kNotCrlIssuer, caCertificate.string(), SubjectOf(*certificate_));
     }
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,9 +17,10 @@ using crypto::X509Ptr;
 /// Issues v2 CRLs in the name of one root, as `openssl ca -gencrl` does.
 class CrlMaker final {
 public:
-    /// Loads the root certificate and its key; throws Exception when one
-    /// can't be read or they don't match.
-    CrlMaker(const Path& caCertificate, const Path& caKey);
+    /// Loads the root certificate and its key (see LoadPrivateKey for
+    /// `passFile`); throws Exception when one can't be read, they don't
+    /// match or the certificate is no CA that may sign CRLs.
+    CrlMaker(const Path& caCertificate, const Path& caKey, const std::optional<Path>& passFile);
 
     /// A CRL listing `serials` (hexadecimal, optionally "0x" or "serial="
     /// first), valid from now for `days` days, signed with the root's key;

@@ -33,7 +33,7 @@ std::string_view AsChars(std::span<const std::uint8_t> bytes)
 
 FileSigner::FileSigner(const ISigner& signer) : signer_(signer) {}
 
-void FileSigner::Sign(const SignOptions& options) const
+ISigner::Verdict FileSigner::Sign(const SignOptions& options) const
 {
     const Path& target = options.output ? *options.output : options.file;
     const Blob input = ReadRegularFile(options.file, kMaxFileSize);
@@ -42,12 +42,15 @@ void FileSigner::Sign(const SignOptions& options) const
         ICT_THROW(messages::kAlreadySigned, options.file.string(), existing.KindName());
     }
     const std::span<const std::uint8_t> content = existing.Strip(options.file);
+    Blob signedFile(content.begin(), content.end());
     const Blob signature = signer_.Sign(content, FileNameOf(target));
+    signedFile.insert(signedFile.end(), signature.begin(), signature.end());
+    const ISigner::Verdict verdict = signer_.Check(options.file, target, signedFile);
 
     AtomicFile output(target);
-    output.Write(AsChars(content));
-    output.Write(AsChars(signature));
+    output.Write(AsChars(signedFile));
     output.Commit();
+    return verdict;
 }
 
 }  // namespace integrity_check_tool::sign

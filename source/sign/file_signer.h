@@ -13,9 +13,10 @@ public:
 
     /// Signs `options.file` into `options.output` (or in place). A file that
     /// already ends in a signature is refused unless `options.replace`, which
-    /// signs the content before it. Throws Exception; on any failure the
+    /// signs the content before it. The result is checked (ISigner::Check)
+    /// before anything is written. Throws Exception; on any failure the
     /// input and the output stay as they were.
-    void Sign(const SignOptions& options) const;
+    ISigner::Verdict Sign(const SignOptions& options) const;
 
 private:
     const ISigner& signer_;

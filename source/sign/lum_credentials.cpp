@@ -16,24 +16,6 @@ namespace integrity_check_tool::sign {
 
 namespace {
 
-constexpr std::uint64_t kPinFileLimit = 4096;
-
-/// The first line of `path`, without its line end; the copy read is wiped.
-std::string ReadPin(const Path& path)
-{
-    Blob content = ReadRegularFile(path, kPinFileLimit);
-    const auto end = std::find(content.begin(), content.end(), std::uint8_t{'\n'});
-    std::string pin(content.begin(), end);
-    OPENSSL_cleanse(content.data(), content.size());
-    if (!pin.empty() && pin.back() == '\r') {
-        pin.pop_back();
-    }
-    if (pin.empty()) {
-        ICT_THROW(messages::kEmptyPin, path.string());
-    }
-    return pin;
-}
-
 /// The first of `uris` that names a module, and that all that do name the same.
 std::optional<Path> ModuleOf(const std::vector<const Pkcs11Uri*>& uris)
 {
@@ -61,7 +43,8 @@ std::unique_ptr<Pkcs11Token> OpenToken(const SignOptions& options,
         }
     }
     return std::make_unique<Pkcs11Token>(options.pkcs11Module ? options.pkcs11Module : uriModule,
-                                         pinFile ? ReadPin(*pinFile) : std::string());
+                                         pinFile ? ReadSecretLine(*pinFile, messages::kEmptyPin)
+                                                 : std::string());
 }
 
 }  // namespace
@@ -84,8 +67,8 @@ LumCredentials LoadLumCredentials(const SignOptions& options)
     if (!uris.empty()) {
         credentials.token = OpenToken(options, uris);
     }
-    credentials.key =
-        keyUri ? credentials.token->LoadPrivateKey(*keyUri) : LoadPrivateKey(options.key);
+    credentials.key = keyUri ? credentials.token->LoadPrivateKey(*keyUri)
+                             : LoadPrivateKey(options.key, options.passFile);
     credentials.certificate = certificateUri ? credentials.token->LoadCertificate(*certificateUri)
                                              : LoadCertificate(certificate);
     return credentials;

@@ -58,7 +58,8 @@ LumSigner::LumSigner(const SignOptions& options)
       chain_(options.chain ? LoadCertificates(*options.chain)
                            : CertificateStackPtr(sk_X509_new_null())),
       digest_(EVP_get_digestbyname(options.digest.c_str())),
-      withFileName_(options.type == SignatureType::LumWithFilename)
+      withFileName_(options.type == SignatureType::LumWithFilename),
+      selfCheck_(options.roots, withFileName_)
 {
     const std::string certificatePath = options.certificate.value_or(Path()).string();
     if (X509_check_private_key(credentials_.certificate.get(), credentials_.key.get()) != 1) {
@@ -145,6 +146,12 @@ Blob LumSigner::Sign(std::span<const std::uint8_t> content, const std::string& f
     const auto trailer = crypto::lum::MakeTrailer(static_cast<std::uint32_t>(derSize));
     std::copy(trailer.begin(), trailer.end(), signature.begin() + derSize);
     return signature;
+}
+
+ISigner::Verdict LumSigner::Check(const Path& file, const Path& target,
+                                  const Blob& signedFile) const
+{
+    return {selfCheck_.Check(file, target, signedFile, *credentials_.certificate), {}};
 }
 
 }  // namespace integrity_check_tool::sign

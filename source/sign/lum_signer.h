@@ -4,6 +4,7 @@
 #include <openssl/evp.h>
 
 #include "sign/lum_credentials.h"
+#include "sign/lum_self_check.h"
 #include "sign/options.h"
 #include "sign/signer.h"
 
@@ -25,12 +26,16 @@ public:
     explicit LumSigner(const SignOptions& options);
 
     Blob Sign(std::span<const std::uint8_t> content, const std::string& fileName) const override;
+    /// Verifies as the checker does (LumSelfCheck), under `options.roots`
+    /// when given.
+    Verdict Check(const Path& file, const Path& target, const Blob& signedFile) const override;
 
 private:
     LumCredentials credentials_;
     CertificateStackPtr chain_;
     const EVP_MD* digest_ = nullptr;
     bool withFileName_ = false;
+    LumSelfCheck selfCheck_;
 };
 
 }  // namespace integrity_check_tool::sign

@@ -17,8 +17,8 @@ inline constexpr const char* kNoPositional = "%1% takes no FILE arguments";
 inline constexpr const char* kUnknownType =
     "Unknown signature type: %1% (expected lum, lum-with-filename or vorn2)";
 inline constexpr const char* kNotForVorn2 =
-    "Option --%1% can't be used with --type vorn2: the GOST key alone signs, and its size "
-    "fixes the digest";
+    "Option --%1% can't be used with --type vorn2: an unencrypted GOST key alone signs, without "
+    "certificates, and its size fixes the digest";
 inline constexpr const char* kUnknownKeyType =
     "Unknown key type: %1% (expected gost256 or gost512)";
 inline constexpr const char* kSameKeyFiles = "--pubout must name another file than --output";
@@ -32,9 +32,18 @@ inline constexpr const char* kBadSerial =
 inline constexpr const char* kOpenSslFailed = "OpenSSL failure: %1%";
 inline constexpr const char* kNotRegularFile = "%1% is not a regular file";
 inline constexpr const char* kFileTooLarge = "%1% is too large";
-inline constexpr const char* kCantReadKey = "Can't read private key from %1%: %2%";
-inline constexpr const char* kCantReadCertificate = "Can't read certificate from %1%: %2%";
-inline constexpr const char* kCantReadCrl = "Can't read CRL from %1%: %2%";
+/// %1% what ("private key", "certificate", "CRL"), %2% the file, %3% why.
+inline constexpr const char* kCantRead = "Can't read %1% from %2%: %3%";
+inline constexpr const char* kWrongPassphrase =
+    "Can't read the private key %1%: wrong passphrase or not a key";
+inline constexpr const char* kPassphraseNeeded =
+    "Private key %1% is encrypted and there is no terminal to ask for its passphrase: put it on "
+    "the first line of a file only you can read and give --pass-file FILE";
+inline constexpr const char* kPassphrasePrompt = "Passphrase for %1%: ";
+inline constexpr const char* kGostKeyEncrypted =
+    "GOST key %1% is encrypted; integrity_sign reads GOST keys unencrypted only, as --gen-key "
+    "writes them";
+inline constexpr const char* kEmptyPassFile = "Passphrase file %1% holds nothing on its first line";
 
 // Keys and certificates in tokens
 inline constexpr const char* kTokenOptionsWithoutUri =
@@ -56,10 +65,9 @@ inline constexpr const char* kNoPkcs11Engine =
     "Can't use keys in tokens: OpenSSL's pkcs11 engine can't be loaded (install "
     "libengine-pkcs11-openssl): %1%";
 inline constexpr const char* kCantLoadModule = "Can't load PKCS#11 module %1%: %2%";
-inline constexpr const char* kCantLoadTokenKey =
-    "Can't load private key %1% through PKCS#11 module %2%: %3%";
-inline constexpr const char* kCantLoadTokenCertificate =
-    "Can't load certificate %1% through PKCS#11 module %2%: %3%";
+/// %1% what ("private key", "certificate"), %2% the URI, %3% the module, %4% why.
+inline constexpr const char* kCantLoadFromToken =
+    "Can't load %1% %2% through PKCS#11 module %3%: %4%";
 
 // Key generation
 inline constexpr const char* kKeyExists =
@@ -80,8 +88,38 @@ inline constexpr const char* kNameNotUtf8 =
     "binds the name exactly";
 inline constexpr const char* kSignatureTooLarge = "Signature of %1% is too large";
 
+// Verifying before writing
+inline constexpr const char* kVerifiedRegular =
+    "Verified: chains to the compiled-in regular roots (integrity_checker, integrity_check_tool)";
+inline constexpr const char* kVerifiedAlternative =
+    "Verified: chains to the compiled-in alternative roots (integrity_tester)";
+inline constexpr const char* kVerifiedByRoot = "Verified: chains to the root in %1%";
+inline constexpr const char* kWouldNotVerify =
+    "Refusing to sign %1%: the signature would not verify: %2%";
+inline constexpr const char* kNoRoots = "the build has no roots to verify against";
+inline constexpr const char* kNoChainToCompiledIn =
+    "no chain from the leaf \"%1%\" to a compiled-in root; pass its intermediates with --chain, "
+    "or its own root with --root";
+inline constexpr const char* kNoChainToGivenRoot =
+    "no chain from the leaf \"%1%\" to a root given with --root; pass its intermediates with "
+    "--chain";
+inline constexpr const char* kLeafExpired = "the leaf \"%1%\" expired: notAfter %2%";
+inline constexpr const char* kLeafNotYetValid = "the leaf \"%1%\" is not yet valid: notBefore %2%";
+inline constexpr const char* kChainOutOfValidity =
+    "a certificate above the leaf \"%1%\" is expired or not yet valid";
+inline constexpr const char* kGostKeyNotCompiledIn =
+    "WARNING: this GOST key is in neither compiled-in key set: the checker refuses its "
+    "signatures until a build names its public key in ICT_GOST_REGULAR_KEYS or "
+    "ICT_GOST_ALTERNATIVE_KEYS";
+
 // Revocation
 inline constexpr const char* kCrlFailed = "Can't make CRL: %1%";
+inline constexpr const char* kNotCrlIssuer =
+    "Can't make a CRL with %1% (\"%2%\"): it is not a CA that may sign CRLs (basicConstraints "
+    "CA:TRUE and, with a key usage, cRLSign); give the root certificate";
+inline constexpr const char* kRootWithoutCrl =
+    "Root %1% (\"%2%\") has no CRL among the inputs; once a container holds any, the checker "
+    "needs one for every code-signing root it trusts: make one with --make-crl";
 inline constexpr const char* kCrlNotFromRoot =
     "CRL %1% is not issued and signed by any of the given roots";
 inline constexpr const char* kTwoCrlsForRoot =
@@ -114,10 +152,9 @@ inline constexpr const char* kReplyWithoutToken = "Time-stamp reply %1% carries 
 inline constexpr const char* kImprintMismatch =
     "Time-stamp token of %1% is not for the signature of %2%: its message imprint is not the "
     "SHA-256 digest of that signature";
-inline constexpr const char* kNonceMismatch =
-    "Time-stamp token of %1% does not answer request %2%: its nonce differs";
-inline constexpr const char* kNonceMissing =
-    "Time-stamp token of %1% does not answer request %2%: it carries no nonce";
+/// %3% "its nonce differs" or "it carries no nonce".
+inline constexpr const char* kNotTheAnswer =
+    "Time-stamp token of %1% does not answer request %2%: %3%";
 inline constexpr const char* kFutureTime =
     "Time-stamp token of %1% is dated %2%, in the future: the checker refuses it until then";
 inline constexpr const char* kNoTsaCertificate =

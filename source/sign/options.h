@@ -28,6 +28,8 @@ struct SignOptions {
     std::optional<Path> pkcs11Module;
     std::optional<Path> pinFile;
     std::optional<Path> chain;
+    std::vector<Path> roots;  ///< verify under these instead of the compiled-in roots
+    std::optional<Path> passFile;
     std::string digest = "sha256";
     Path file;
     std::optional<Path> output;
@@ -38,6 +40,7 @@ struct SignOptions {
 struct CrlOptions {
     Path caCertificate;
     Path caKey;
+    std::optional<Path> passFile;
     std::vector<std::string> serials;  ///< hexadecimal, as given
     int days = 30;
     Path output;

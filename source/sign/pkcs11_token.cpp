@@ -142,7 +142,8 @@ EvpPkeyPtr Pkcs11Token::LoadPrivateKey(const Pkcs11Uri& uri) const
     const SilentUi ui;
     EvpPkeyPtr key(ENGINE_load_private_key(engine_, uri.GetObjectUri().c_str(), ui.get(), nullptr));
     if (!key) {
-        ICT_THROW(messages::kCantLoadTokenKey, uri.GetText(), ModuleName(), TokenError(pinGiven_));
+        ICT_THROW(messages::kCantLoadFromToken, "private key", uri.GetText(), ModuleName(),
+                  TokenError(pinGiven_));
     }
     ERR_clear_error();
     return key;
@@ -156,7 +157,7 @@ X509Ptr Pkcs11Token::LoadCertificate(const Pkcs11Uri& uri) const
     } request{uri.GetObjectUri().c_str(), nullptr};
     if (ENGINE_ctrl_cmd(engine_, "LOAD_CERT_CTRL", 0, &request, nullptr, 1) != 1 ||
         request.certificate == nullptr) {
-        ICT_THROW(messages::kCantLoadTokenCertificate, uri.GetText(), ModuleName(),
+        ICT_THROW(messages::kCantLoadFromToken, "certificate", uri.GetText(), ModuleName(),
                   TokenError(pinGiven_));
     }
     ERR_clear_error();

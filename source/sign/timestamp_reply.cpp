@@ -8,6 +8,7 @@
 #include <openssl/x509v3.h>
 
 #include "exception.h"
+#include "sign/credentials.h"
 #include "sign/messages.h"
 #include "sign/openssl_error.h"
 #include "signature/lum_roots.h"
@@ -42,18 +43,6 @@ std::string StatusText(const TS_STATUS_INFO& info)
                               static_cast<std::size_t>(ASN1_STRING_length(text)));
     }
     return joined.empty() ? "no status text" : joined;
-}
-
-std::string SubjectOf(X509* certificate)
-{
-    const BioPtr bio(BIO_new(BIO_s_mem()));
-    if (!bio ||
-        X509_NAME_print_ex(bio.get(), X509_get_subject_name(certificate), 0, XN_FLAG_RFC2253) < 0) {
-        return "?";
-    }
-    char* data = nullptr;
-    const long size = BIO_get_mem_data(bio.get(), &data);
-    return std::string(data, static_cast<std::size_t>(size));
 }
 
 std::string TimeText(const ASN1_GENERALIZEDTIME& time)
@@ -175,10 +164,10 @@ void TimestampReply::CheckNonce(const TimestampRequest& request,
     const ASN1_INTEGER* expected = request.Nonce();
     const ASN1_INTEGER* nonce = TS_TST_INFO_get_nonce(TS_RESP_get_tst_info(reply_.get()));
     if (expected != nullptr && nonce == nullptr) {
-        ICT_THROW(messages::kNonceMissing, source_, requestName);
+        ICT_THROW(messages::kNotTheAnswer, source_, requestName, "it carries no nonce");
     }
     if (expected != nullptr && ASN1_INTEGER_cmp(expected, nonce) != 0) {
-        ICT_THROW(messages::kNonceMismatch, source_, requestName);
+        ICT_THROW(messages::kNotTheAnswer, source_, requestName, "its nonce differs");
     }
 }
 
@@ -199,7 +188,7 @@ X509* TimestampReply::Signer() const
 void TimestampReply::CheckSigner(X509* signer, const ASN1_GENERALIZEDTIME& time) const
 {
     if (!IsTimeStamping(signer)) {
-        ICT_THROW(messages::kNotTimeStamping, SubjectOf(signer));
+        ICT_THROW(messages::kNotTimeStamping, SubjectOf(*signer));
     }
     const X509StorePtr store = TsaStore(ToTimeT(time));
     const X509StoreCtxPtr context(X509_STORE_CTX_new());
@@ -211,7 +200,7 @@ void TimestampReply::CheckSigner(X509* signer, const ASN1_GENERALIZEDTIME& time)
     }
     if (X509_verify_cert(context.get()) != 1) {
         ERR_clear_error();
-        ICT_THROW(messages::kUntrustedTsa, SubjectOf(signer), TimeText(time),
+        ICT_THROW(messages::kUntrustedTsa, SubjectOf(*signer), TimeText(time),
                   X509_verify_cert_error_string(X509_STORE_CTX_get_error(context.get())));
     }
 }

@@ -16,6 +16,9 @@ public:
     explicit Vorn2Signer(const SignOptions& options);
 
     Blob Sign(std::span<const std::uint8_t> content, const std::string& fileName) const override;
+    /// Warns when the key's public half is in neither compiled-in GOST key
+    /// set: freshly generated keys are signed with before a build trusts them.
+    Verdict Check(const Path& file, const Path& target, const Blob& signedFile) const override;
 
 private:
     vorn::GostPrivateKey key_;

@@ -82,6 +82,13 @@ LumSignatureVerifier::LumSignatureVerifier(zel::ITracerPtr tracer, bool regularR
     }
 }
 
+LumSignatureVerifier::LumSignatureVerifier(zel::ITracerPtr tracer, std::vector<Blob> roots,
+                                           bool withFileName)
+    : zel::TracerProvider(std::move(tracer)), roots_(std::move(roots)), tsaRoots_(lum::TsaRoots()),
+      withFileName_(withFileName)
+{
+}
+
 Blob LumSignatureVerifier::ReadCrl(const Path& directory) const
 {
     const std::string name = crypto::lum::kContainerName;
@@ -178,8 +185,11 @@ void LumSignatureVerifier::VerifyWithDetails(const Path& file, Blob& content,
     }
     // The bytes verified are the bytes handed on: the file is read once, so
     // swapping it after the check cannot smuggle in other content.
-    Blob data = ReadWholeStream(*io);
+    content = VerifyBytes(file, ReadWholeStream(*io), details);
+}
 
+Blob LumSignatureVerifier::VerifyBytes(const Path& file, Blob data, SignatureDetails& details) const
+{
     std::optional<Blob> name;
     if (withFileName_ && !(name = crypto::lum::FileNameToBmp(FileName(file)))) {
         ICT_THROW("Can't verify LUM signature of file %1%: its name is not valid UTF-8",
@@ -218,7 +228,7 @@ void LumSignatureVerifier::VerifyWithDetails(const Path& file, Blob& content,
     Trace(kTraceDebug, "Signature position: %1%", position);
     Trace(kTraceDebug, "Signature size: %1%", data.size() - position);
     data.resize(static_cast<std::size_t>(position));
-    content = std::move(data);
+    return data;
 }
 
 }  // namespace integrity_check_tool

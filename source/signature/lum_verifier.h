@@ -19,10 +19,17 @@ public:
     /// large, or holds a CRL out of date or not yet valid.
     LumSignatureVerifier(zel::ITracerPtr tracer, bool regularRoots,
                          const std::optional<Path>& crlStoragePath, bool withFileName);
+    /// Checks against `roots` (DER) without revocation data: how a file
+    /// about to be written would fare with the checker run without --crl.
+    LumSignatureVerifier(zel::ITracerPtr tracer, std::vector<Blob> roots, bool withFileName);
 
     void Verify(const Path& file, Blob& content) const override;
     void VerifyWithDetails(const Path& file, Blob& content,
                            SignatureDetails& details) const override;
+    /// Verifies `data`, the bytes of a file that is or will be at `file`
+    /// (its name is what lum-with-filename binds), and returns the signed
+    /// content. Throws like Verify; `details` is filled as far as known.
+    Blob VerifyBytes(const Path& file, Blob data, SignatureDetails& details) const;
 
 private:
     Blob ReadCrl(const Path& directory) const;

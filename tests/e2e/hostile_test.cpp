@@ -188,7 +188,8 @@ TEST(HugeManifestTest, ManifestsTheMachineCannotHoldAreRefusedBeforeTheyAreRead)
         {Program::CheckTool, {"-n", "-m", huge}, outOfMemory},
         {Program::CheckTool, {"-n", "-m", half}, outOfMemory},
         {Program::Sign,
-         {"--type", "lum", "--key", pki + "leaf.key", "--cert", pki + "leaf.pem", huge},
+         {"--type", "lum", "--key", pki + "leaf.key", "--cert", pki + "leaf.pem", "--chain",
+          pki + "inter.pem", huge},
          huge + " is too large"},
     };
     for (const auto& run : runs) {
