@@ -128,20 +128,6 @@ protected:
         return RunProgram(program, arguments);
     }
 
-    /// The flags of the signature error of a failed check, as "|A|B|".
-    static std::string Flags(const ProcessResult& result, const Path& file)
-    {
-        EXPECT_EQ(result.exitStatus, 1) << result.err;
-        const std::string prefix =
-            "Can't verify LUM signature of file " + file.string() + ". Flags: ";
-        const std::size_t at = result.err.find(prefix);
-        if (at == std::string::npos) {
-            return result.err;
-        }
-        const std::size_t begin = at + prefix.size();
-        return "|" + result.err.substr(begin, result.err.find('\n', begin) - begin) + "|";
-    }
-
     /// A CRL directory holding a revocation container of `databases`.
     std::string CrlDirectory(const std::string& name,
                              const std::vector<crypto::lum::RevocationDatabase>& databases) const
@@ -324,30 +310,12 @@ TEST_F(SignatureTest, RevokedLeafOrIntermediateFails)
 {
     ASSERT_TRUE(Succeeded(Sign("regular", Manifest())));
     const pki::Hierarchy demo = DemoHierarchy("regular");
-    const auto container = [&](const std::string& name, const std::vector<std::string>& revoke) {
-        const Path crl = dir_ / (name + ".crl");
-        std::vector<std::string> arguments{"--make-crl",
-                                           "--ca-cert",
-                                           DemoPki("regular/root.pem"),
-                                           "--ca-key",
-                                           DemoPki("regular/root.key"),
-                                           "--output",
-                                           crl.string()};
-        for (const std::string& serial : revoke) {
-            arguments.insert(arguments.end(), {"--revoke", serial});
-        }
-        EXPECT_TRUE(Succeeded(RunProgram(Program::Sign, arguments)));
-        boost::filesystem::create_directories(dir_ / name);
-        const std::string output = (dir_ / name / crypto::lum::kContainerName).string();
-        EXPECT_TRUE(Succeeded(
-            RunProgram(Program::Sign, {"--make-container", "--root", DemoPki("regular/root.pem"),
-                                       "--output", output, crl.string()})));
-        return (dir_ / name).string();
-    };
-    EXPECT_TRUE(Succeeded(Check(Manifest(), {"--crl", container("unrelated", {"0123456789"})})));
+    EXPECT_TRUE(Succeeded(
+        Check(Manifest(),
+              {"--crl", MakeDemoCrlDirectory(dir_ / "unrelated", {{"root", {"0123456789"}}})})));
     for (const pki::Certificate* revoked : {&demo.leaf, &demo.intermediate}) {
         const std::string serial = SerialHex(*revoked);
-        const std::string crl = container(serial, {"0123", serial});
+        const std::string crl = MakeDemoCrlDirectory(dir_ / serial, {{"root", {"0123", serial}}});
         EXPECT_THAT(Flags(Check(Manifest(), {"--crl", crl}), Manifest()),
                     ::testing::HasSubstr("|Revoked|"))
             << serial;
@@ -487,31 +455,9 @@ TEST_F(SignatureTest, RolledBackOrStaleContainersDoNotReviveARevokedSigner)
     }
     ASSERT_TRUE(Succeeded(Sign("regular", Manifest())));
     const std::string leaf = SerialHex(DemoHierarchy("regular").leaf);
-    // Makes, `days` from now, a CRL of the regular root and a container of it in `name`.
-    const auto make = [&](const std::string& name, int days,
-                          const std::vector<std::string>& revoke) {
-        const std::string crl = (dir_ / (name + ".crl")).string();
-        std::vector<std::string> arguments{"--make-crl",
-                                           "--ca-cert",
-                                           DemoPki("regular/root.pem"),
-                                           "--ca-key",
-                                           DemoPki("regular/root.key"),
-                                           "--output",
-                                           crl};
-        for (const std::string& serial : revoke) {
-            arguments.insert(arguments.end(), {"--revoke", serial});
-        }
-        EXPECT_TRUE(Succeeded(RunProgram(Program::Sign, arguments, {}, At(days))));
-        boost::filesystem::create_directories(dir_ / name);
-        EXPECT_TRUE(Succeeded(
-            RunProgram(Program::Sign,
-                       {"--make-container", "--root", DemoPki("regular/root.pem"), "--output",
-                        (dir_ / name / crypto::lum::kContainerName).string(), crl},
-                       {}, At(days))));
-        return std::pair{(dir_ / name).string(), crl};
-    };
-    const auto [current, currentCrl] = make("current", 0, {leaf});
-    const auto [old, oldCrl] = make("old", -60, {});
+    const std::string current = MakeDemoCrlDirectory(dir_ / "current", {{"root", {leaf}}});
+    const std::string old = MakeDemoCrlDirectory(dir_ / "old", {{"root", {}}}, -60);
+    const std::string oldCrl = (dir_ / "old-root.crl").string();
     const std::string stale = "is out of date: its next update was due ";
     EXPECT_THAT(Flags(Check(Manifest(), {"--crl", current}), Manifest()),
                 ::testing::HasSubstr("|Revoked|"));
