@@ -130,19 +130,6 @@ protected:
         extra.push_back(file.string());
         return RunProgram(Program::Checker, extra, {}, At(days));
     }
-
-    /// The flags of a refused signature, as "|A|B|".
-    static std::string Flags(const ProcessResult& result, const Path& file)
-    {
-        const std::string prefix =
-            "Can't verify LUM signature of file " + file.string() + ". Flags: ";
-        const std::size_t at = result.err.find(prefix);
-        if (result.exitStatus != 1 || at == std::string::npos) {
-            return "exit " + std::to_string(result.exitStatus) + ": " + result.err;
-        }
-        const std::size_t begin = at + prefix.size();
-        return "|" + result.err.substr(begin, result.err.find('\n', begin) - begin) + "|";
-    }
 };
 
 TEST_F(TimestampTest, TokenKeepsTheManifestValidAfterTheLeafExpires)
@@ -281,48 +268,23 @@ TEST_F(TimestampTest, RevocationAppliesToSignerAndTsaWhateverTheTime)
         return result.out.substr(result.out.find('=') + 1,
                                  result.out.find('\n') - result.out.find('=') - 1);
     };
-    // A container with a CRL of the code-signing root and, optionally, one of the TSA root.
-    const auto container = [&](const std::string& name, const std::vector<std::string>& leafSerials,
-                               const std::vector<std::string>& tsaSerials, bool tsaDatabase) {
-        std::vector<std::string> pack{"--make-container", "--root", DemoPki("regular/root.pem")};
-        std::vector<std::string> crls;
-        for (const auto& [root, serials, wanted] :
-             {std::tuple{std::string("root"), leafSerials, true},
-              std::tuple{std::string("tsa-root"), tsaSerials, tsaDatabase}}) {
-            if (!wanted) {
-                continue;
-            }
-            const std::string crl = Temp(name + "-" + root + ".crl").string();
-            std::vector<std::string> make{"--make-crl", "--ca-cert",
-                                          DemoPki("regular/" + root + ".pem"), "--ca-key",
-                                          DemoPki("regular/" + root + ".key"), "--output", crl,
-                                          // still current at the latest time checked
-                                          "--days", "1200"};
-            for (const std::string& revoked : serials) {
-                make.insert(make.end(), {"--revoke", revoked});
-            }
-            EXPECT_TRUE(Succeeded(RunProgram(Program::Sign, make)));
-            crls.push_back(crl);
-            if (root == "tsa-root") {
-                pack.insert(pack.end(), {"--root", DemoPki("regular/tsa-root.pem")});
-            }
-        }
-        boost::filesystem::create_directories(Temp(name));
-        pack.insert(pack.end(), {"--output", (Temp(name) / "lumcrl.rdb").string()});
-        pack.insert(pack.end(), crls.begin(), crls.end());
-        EXPECT_TRUE(Succeeded(RunProgram(Program::Sign, pack)));
-        return Temp(name).string();
+    // CRL directories still current at the latest time checked.
+    const auto crls = [&](const char* name, const DemoRevocations& revoked) {
+        return MakeDemoCrlDirectory(Temp(name), revoked, 0, "1200");
     };
     const std::string leaf = serial(DemoPki("regular/leaf.pem"));
     const std::string tsa = serial(DemoPki("regular/tsa.pem"));
 
     // TSA roots need no database; one they have applies to their TSAs.
-    EXPECT_TRUE(Succeeded(Check(Manifest(), 0, {"--crl", container("none", {}, {}, false)})));
-    EXPECT_TRUE(Succeeded(Check(Manifest(), 0, {"--crl", container("clean", {}, {}, true)})));
-    EXPECT_EQ(Flags(Check(Manifest(), 0, {"--crl", container("tsa", {}, {tsa}, true)}), Manifest()),
-              "|Signed|Revoked|");
+    EXPECT_TRUE(Succeeded(Check(Manifest(), 0, {"--crl", crls("none", {{"root", {}}})})));
+    EXPECT_TRUE(Succeeded(
+        Check(Manifest(), 0, {"--crl", crls("clean", {{"root", {}}, {"tsa-root", {}}})})));
+    EXPECT_EQ(
+        Flags(Check(Manifest(), 0, {"--crl", crls("tsa", {{"root", {}}, {"tsa-root", {tsa}}})}),
+              Manifest()),
+        "|Signed|Revoked|");
     // A revoked signer stays revoked, token or not, now and later.
-    const std::string revoked = container("leaf", {leaf}, {}, false);
+    const std::string revoked = crls("leaf", {{"root", {leaf}}});
     for (const int days : {0, 1095}) {
         EXPECT_THAT(Flags(Check(Manifest(), days, {"--crl", revoked}), Manifest()),
                     HasSubstr("|Revoked|"));
