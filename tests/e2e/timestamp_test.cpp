@@ -56,14 +56,16 @@ protected:
         return Temp(name + ".tsq");
     }
 
-    /// The reply of the TSA `signer`/`key` (the regular demo TSA by default)
-    /// to `query`, made `days` from now.
-    Path Reply(const Path& query, int days = 0,
-               const std::string& signer = DemoPki("regular/tsa.pem"),
-               const std::string& key = DemoPki("regular/tsa.key")) const
+    /// The reply to `query` made `days` from now by the regular demo TSA or,
+    /// when named, by the TSA of `authority`.pem and .key in the test directory.
+    Path Reply(const Path& query, int days = 0, const std::string& authority = {}) const
     {
-        const Path reply = query.string() + ".tsr";
-        Host(At(days, tsa::OpenSslTsa(dir_.path(), signer, key).ReplyCommand(query, reply)));
+        const std::string signer =
+            authority.empty() ? DemoPki("regular/tsa") : Temp(authority).string();
+        const Path reply = query.string() + authority +
+                           (days != 0 ? "+" + std::to_string(days) : std::string()) + ".tsr";
+        Host(At(days, tsa::OpenSslTsa(dir_.path(), signer + ".pem", signer + ".key")
+                          .ReplyCommand(query, reply)));
         return reply;
     }
 
@@ -107,6 +109,10 @@ protected:
                                           "basicConstraints = critical, CA:FALSE\n"
                                           "keyUsage = critical, digitalSignature\n"
                                           "extendedKeyUsage = codeSigning\n"
+                                          "[loose]\n"
+                                          "basicConstraints = critical, CA:FALSE\n"
+                                          "keyUsage = critical, digitalSignature\n"
+                                          "extendedKeyUsage = timeStamping\n"
                                           "[ca]\n"
                                           "basicConstraints = critical, CA:TRUE\n"
                                           "keyUsage = critical, keyCertSign, cRLSign\n");
@@ -181,11 +187,13 @@ TEST_F(TimestampTest, TokensThatDoNotHoldRefuseTheManifest)
     Issue("foreign-root", "", "ca");
     Issue("foreign", "foreign-root", "tsa");
     Issue("no-usage", "tsa-root", "code");
+    Issue("loose", "tsa-root", "loose");
     Issue("sha1", "tsa-root", "tsa", 3650, "sha1");
     Sign(Manifest(), DemoPki("regular/leaf.pem"), DemoPki("regular/leaf.key"));
     const std::string signedFile = ReadFile(Manifest());
     const Path query = StockQuery(Manifest(), "good");
-    const std::string good = Token(Reply(query));
+    const Path goodReply = Reply(query);
+    const std::string good = Token(goodReply);
     // The TSA's own signature over a SHA-1 digest of its signed attributes.
     std::vector<std::string> sha1Reply =
         tsa::OpenSslTsa(dir_.path(), DemoPki("regular/tsa.pem"), DemoPki("regular/tsa.key"))
@@ -193,14 +201,18 @@ TEST_F(TimestampTest, TokensThatDoNotHoldRefuseTheManifest)
     sha1Reply.push_back("-sha1");
     Host(sha1Reply);
 
-    // A token signed with a certificate that lacks the usage: stock openssl
-    // cms re-signs the good token's TSTInfo.
+    // Tokens of certificates without the critical timeStamping usage: stock
+    // openssl cms re-signs the good token's TSTInfo.
     Host({"openssl", "cms", "-verify", "-noverify", "-inform", "DER", "-in",
-          Reply(query).string() + ".tok", "-out", "tstinfo.der"});
-    Host({"openssl",     "cms",          "-sign",  "-binary",        "-nodetach",
-          "-nosmimecap", "-md",          "sha256", "-econtent_type", "id-smime-ct-TSTInfo",
-          "-signer",     "no-usage.pem", "-inkey", "no-usage.key",   "-in",
-          "tstinfo.der", "-outform",     "DER",    "-out",           "no-usage.tok"});
+          goodReply.string() + ".tok", "-out", "tstinfo.der"});
+    const auto resigned = [&](const std::string& signer) {
+        Host({"openssl",     "cms",           "-sign",  "-binary",        "-nodetach",
+              "-nosmimecap", "-md",           "sha256", "-econtent_type", "id-smime-ct-TSTInfo",
+              "-signer",     signer + ".pem", "-inkey", signer + ".key",  "-in",
+              "tstinfo.der", "-outform",      "DER",    "-out",           signer + ".tok"});
+        WriteFile(Temp(signer + ".tsr"), tsa::GrantedReply(ReadFile(Temp(signer + ".tok"))));
+        return Temp(signer + ".tsr");
+    };
     // The leaf of another manifest, valid only from the day after tomorrow.
     pki::Hierarchy demo;
     demo.intermediate = pki::Certificate::FromPem(ReadFile(DemoPki("regular/inter.pem")));
@@ -216,38 +228,55 @@ TEST_F(TimestampTest, TokensThatDoNotHoldRefuseTheManifest)
     WriteFile(Temp("other.xml"), other);
     Sign(Temp("other.xml"), DemoPki("regular/leaf.pem"), DemoPki("regular/leaf.key"));
 
+    // integrity_sign refuses to embed these replies, where it can tell.
     const struct {
         const char* name;
         std::string file;
-        std::string token;
+        Path reply;
         const char* flags;
+        std::string refusal;
     } cases[] = {
-        {"over another signature", signedFile, Token(Reply(StockQuery(Temp("other.xml"), "o"))),
-         "|Signed|RevocationCheckSkipped|SignatureValueNotMatched|"},
-        {"from a TSA outside the trusted roots", signedFile,
-         Token(Reply(query, 0, Temp("foreign.pem").string(), Temp("foreign.key").string())),
-         "|Signed|RevocationCheckSkipped|IncompleteChain|"},
-        {"from a certificate without the timeStamping usage", signedFile,
-         ReadFile(Temp("no-usage.tok")), "|Signed|RevocationCheckSkipped|InvalidPurpose|"},
-        {"from a TSA certificate signed with SHA-1", signedFile,
-         Token(Reply(query, 0, Temp("sha1.pem").string(), Temp("sha1.key").string())),
-         "|Signed|RevocationCheckSkipped|InvalidCertificateSign|"},
-        {"signed over a SHA-1 digest", signedFile, Token(Temp("sha1-digest.tsr")),
-         "|Signed|RevocationCheckSkipped|MalformedContent|"},
-        {"dated in the future", signedFile, Token(Reply(query, 2)),
-         "|Signed|RevocationCheckSkipped|Expired|"},
-        {"dated before the leaf's notBefore", later,
-         Token(Reply(StockQuery(Temp("later.xml"), "l"))),
-         "|Signed|RevocationCheckSkipped|Expired|"},
-        {"not a token", signedFile, std::string("\x30\x03\x02\x01\x01", 5),
-         "|Signed|RevocationCheckSkipped|MalformedContent|"},
+        {"over another signature", signedFile, Reply(StockQuery(Temp("other.xml"), "o")),
+         "|Signed|RevocationCheckSkipped|SignatureValueNotMatched|",
+         "is not for the signature of " + Manifest().string()},
+        {"from a TSA outside the trusted roots", signedFile, Reply(query, 0, "foreign"),
+         "|Signed|RevocationCheckSkipped|IncompleteChain|",
+         "\"CN=foreign\" does not chain to a trusted time-stamping root"},
+        {"from a certificate without the timeStamping usage", signedFile, resigned("no-usage"),
+         "|Signed|RevocationCheckSkipped|InvalidPurpose|",
+         "\"CN=no-usage\" lacks the critical timeStamping"},
+        {"from a certificate whose timeStamping usage is not critical", signedFile,
+         resigned("loose"), "|Signed|RevocationCheckSkipped|InvalidPurpose|",
+         "\"CN=loose\" lacks the critical timeStamping"},
+        {"from a TSA certificate signed with SHA-1", signedFile, Reply(query, 0, "sha1"),
+         "|Signed|RevocationCheckSkipped|InvalidCertificateSign|", ""},
+        {"signed over a SHA-1 digest", signedFile, Temp("sha1-digest.tsr"),
+         "|Signed|RevocationCheckSkipped|MalformedContent|", ""},
+        {"dated in the future", signedFile, Reply(query, 2),
+         "|Signed|RevocationCheckSkipped|Expired|", "in the future"},
+        {"dated before the leaf's notBefore", later, Reply(StockQuery(Temp("later.xml"), "l")),
+         "|Signed|RevocationCheckSkipped|Expired|", ""},
     };
+    const Path refused = Temp("refused.xml");
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         WriteFile(Manifest(), c.file);
-        Embed(Manifest(), c.token);
+        if (!c.refusal.empty()) {
+            EXPECT_TRUE(
+                Failed(RunProgram(Program::Sign, {"--tsa-reply", c.reply.string(), "--output",
+                                                  refused.string(), Manifest().string()}),
+                       c.refusal));
+            EXPECT_FALSE(boost::filesystem::exists(refused));
+            EXPECT_EQ(ReadFile(Manifest()), c.file);
+        }
+        Embed(Manifest(), Token(c.reply));
         EXPECT_EQ(Flags(Check(Manifest()), Manifest()), c.flags);
     }
+    WriteFile(Manifest(), signedFile);
+    Embed(Manifest(), std::string("\x30\x03\x02\x01\x01", 5));
+    EXPECT_EQ(Flags(Check(Manifest()), Manifest()),
+              "|Signed|RevocationCheckSkipped|MalformedContent|")
+        << "not a token";
     // Two tokens are one too many, even when both are good.
     WriteFile(Manifest(), signedFile);
     Embed(Manifest(), good);

@@ -72,6 +72,21 @@ server.serve_forever()
 
 constexpr int kStartTimeoutMs = 10000;
 
+/// DER of a SEQUENCE holding `body`.
+std::string Sequence(const std::string& body)
+{
+    std::string length;
+    if (body.size() < 0x80) {
+        length = std::string(1, static_cast<char>(body.size()));
+    } else {
+        for (std::size_t rest = body.size(); rest != 0; rest >>= 8) {
+            length.insert(length.begin(), static_cast<char>(rest & 0xFF));
+        }
+        length.insert(length.begin(), static_cast<char>(0x80 | length.size()));
+    }
+    return "\x30" + length + body;
+}
+
 /// The first line `fd` delivers within the start timeout.
 std::string ReadLine(int fd)
 {
@@ -130,6 +145,11 @@ std::vector<std::string> OpenSslTsa::ReplyCommand(const Path& query, const Path&
 ProcessResult OpenSslTsa::Reply(const Path& query, const Path& reply) const
 {
     return RunHostProcess(ReplyCommand(query, reply));
+}
+
+std::string GrantedReply(const std::string& token)
+{
+    return Sequence(Sequence(std::string("\x02\x01\x00", 3)) + token);
 }
 
 ProcessResult ExtractToken(const Path& reply, const Path& token)
