@@ -8,43 +8,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <lum/format.h>
-#include <openssl/bn.h>
-#include <openssl/x509.h>
 
 #include "program.h"
 #include "support/pki.h"
 
 namespace integrity_check_tool::test {
 namespace {
-
-/// The demo hierarchy of one set, loaded from the repository.
-pki::Hierarchy DemoHierarchy(const std::string& set)
-{
-    const auto key = [&](const char* name) {
-        return pki::Key::FromPem(ReadFile(DemoPki(set + "/" + name)));
-    };
-    const auto cert = [&](const char* name) {
-        return pki::Certificate::FromPem(ReadFile(DemoPki(set + "/" + name)));
-    };
-    return {key("root.key"),   cert("root.pem"), key("inter.key"),
-            cert("inter.pem"), key("leaf.key"),  cert("leaf.pem")};
-}
-
-/// The serial number in hexadecimal, as integrity_sign --revoke takes it.
-std::string SerialHex(const pki::Certificate& certificate)
-{
-    BIGNUM* serial = ASN1_INTEGER_to_BN(X509_get0_serialNumber(certificate.get()), nullptr);
-    char* hex = BN_bn2hex(serial);
-    const std::string text = hex;
-    OPENSSL_free(hex);
-    BN_free(serial);
-    return text;
-}
-
-std::string Text(const Blob& bytes)
-{
-    return std::string(bytes.begin(), bytes.end());
-}
 
 /// DER of an element: tag, definite length, content.
 std::string Tlv(std::uint8_t tag, const std::string& content)
@@ -133,7 +102,7 @@ protected:
                              const std::vector<crypto::lum::RevocationDatabase>& databases) const
     {
         WriteFile(dir_ / name / crypto::lum::kContainerName,
-                  Text(crypto::lum::BuildContainer(databases)));
+                  pki::ToText(crypto::lum::BuildContainer(databases)));
         return (dir_ / name).string();
     }
 };
@@ -192,7 +161,7 @@ TEST_F(SignatureTest, UnsignedPartsPastTheirBoundsAreRefused)
 {
     ASSERT_TRUE(Succeeded(Sign("regular", Manifest())));
     const std::string signedFile = ReadFile(Manifest());
-    const std::string crl = Text(DemoHierarchy("regular").Crl({}));
+    const std::string crl = pki::ToText(pki::Hierarchy::Load(DemoPki("regular")).Crl({}));
     // SignedData fields: version, digestAlgorithms, encapContentInfo, [0]
     // certificates (leaf, intermediate), signerInfos.
     using Fields = std::vector<std::string>;
@@ -251,7 +220,7 @@ TEST_F(SignatureTest, UnsignedPartsPastTheirBoundsAreRefused)
 
 TEST_F(SignatureTest, CertificateProblemsNameTheirFlags)
 {
-    const pki::Hierarchy demo = DemoHierarchy("regular");
+    const pki::Hierarchy demo = pki::Hierarchy::Load(DemoPki("regular"));
     const struct {
         const char* name;
         int notBefore;
@@ -267,8 +236,9 @@ TEST_F(SignatureTest, CertificateProblemsNameTheirFlags)
         options.notAfterDays = c.notAfter;
         options.extendedKeyUsage = c.extendedKeyUsage;
         const pki::Key key = pki::Key::Generate();
-        WriteFile(Manifest(), Text(pki::SignLum(pki::ToBlob(content_), demo.IssueLeaf(options, key),
-                                                key, {demo.intermediate})));
+        WriteFile(Manifest(),
+                  pki::ToText(pki::SignLum(pki::ToBlob(content_), demo.IssueLeaf(options, key), key,
+                                           {demo.intermediate})));
         EXPECT_THAT(Flags(Check(Manifest()), Manifest()), ::testing::HasSubstr(c.flag)) << c.name;
     }
 }
@@ -285,22 +255,22 @@ TEST_F(SignatureTest, WeakKeysAndSignaturesAndMisplacedCertificatesAreRefused)
         {"CA signer", "|Signed|RevocationCheckSkipped|InvalidBasicContraints|"},
         {"serverAuth intermediate", "|Signed|RevocationCheckSkipped|InvalidPurpose|"},
     };
-    const auto signers = pki::PolicyBreakingSigners(DemoHierarchy("regular"));
+    const auto signers = pki::PolicyBreakingSigners(pki::Hierarchy::Load(DemoPki("regular")));
     ASSERT_EQ(signers.size(), expected.size());
     for (const pki::Signer& signer : signers) {
         SCOPED_TRACE(signer.name);
-        WriteFile(Manifest(), Text(pki::SignLum(pki::ToBlob(content_), signer.certificate,
-                                                signer.key, signer.chain)));
+        WriteFile(Manifest(), pki::ToText(pki::SignLum(pki::ToBlob(content_), signer.certificate,
+                                                       signer.key, signer.chain)));
         EXPECT_EQ(Flags(Check(Manifest()), Manifest()), expected.at(signer.name));
     }
     // Weak digests in the CMS itself, with the demo leaf.
-    const pki::Hierarchy demo = DemoHierarchy("regular");
+    const pki::Hierarchy demo = pki::Hierarchy::Load(DemoPki("regular"));
     for (const auto& [digest, signatureAlgorithm] :
          {std::pair{"SHA1", ""}, std::pair{"SHA256", "ecdsa-with-SHA1"}}) {
         SCOPED_TRACE(std::string(digest) + " " + signatureAlgorithm);
-        WriteFile(Manifest(),
-                  Text(demo.Sign(pki::ToBlob(content_),
-                                 {.digest = digest, .signatureAlgorithm = signatureAlgorithm})));
+        WriteFile(Manifest(), pki::ToText(demo.Sign(
+                                  pki::ToBlob(content_),
+                                  {.digest = digest, .signatureAlgorithm = signatureAlgorithm})));
         EXPECT_EQ(Flags(Check(Manifest()), Manifest()), "|Signed|MalformedContent|");
     }
 }
@@ -309,12 +279,12 @@ TEST_F(SignatureTest, WeakKeysAndSignaturesAndMisplacedCertificatesAreRefused)
 TEST_F(SignatureTest, RevokedLeafOrIntermediateFails)
 {
     ASSERT_TRUE(Succeeded(Sign("regular", Manifest())));
-    const pki::Hierarchy demo = DemoHierarchy("regular");
+    const pki::Hierarchy demo = pki::Hierarchy::Load(DemoPki("regular"));
     EXPECT_TRUE(Succeeded(
         Check(Manifest(),
               {"--crl", MakeDemoCrlDirectory(dir_ / "unrelated", {{"root", {"0123456789"}}})})));
     for (const pki::Certificate* revoked : {&demo.leaf, &demo.intermediate}) {
-        const std::string serial = SerialHex(*revoked);
+        const std::string serial = revoked->SerialHex();
         const std::string crl = MakeDemoCrlDirectory(dir_ / serial, {{"root", {"0123", serial}}});
         EXPECT_THAT(Flags(Check(Manifest(), {"--crl", crl}), Manifest()),
                     ::testing::HasSubstr("|Revoked|"))
@@ -325,8 +295,8 @@ TEST_F(SignatureTest, RevokedLeafOrIntermediateFails)
 TEST_F(SignatureTest, BadRevocationContainersStopTheCheck)
 {
     ASSERT_TRUE(Succeeded(Sign("regular", Manifest())));
-    const pki::Hierarchy demo = DemoHierarchy("regular");
-    const pki::Hierarchy alternative = DemoHierarchy("alternative");
+    const pki::Hierarchy demo = pki::Hierarchy::Load(DemoPki("regular"));
+    const pki::Hierarchy alternative = pki::Hierarchy::Load(DemoPki("alternative"));
     const crypto::lum::RevocationDatabase good{demo.HierarchyId(), demo.Crl({})};
     const crypto::lum::RevocationDatabase alternativeOnly{alternative.HierarchyId(),
                                                           alternative.Crl({})};
@@ -424,7 +394,7 @@ TEST_F(SignatureTest, MissingOrEmptyRevocationContainersFailClosed)
 TEST_F(SignatureTest, CrlsOutOfForceAreRefusedNamingTheirRoot)
 {
     ASSERT_TRUE(Succeeded(Sign("regular", Manifest())));
-    const pki::Hierarchy demo = DemoHierarchy("regular");
+    const pki::Hierarchy demo = pki::Hierarchy::Load(DemoPki("regular"));
     const std::string root = "Revocation database of root \"CN=Integrity Demo Regular "
                              "Root,O=Integrity Demo\" (serial 15EDF31640655339233D3B26FD7D3C76) ";
     const struct {
@@ -454,7 +424,7 @@ TEST_F(SignatureTest, RolledBackOrStaleContainersDoNotReviveARevokedSigner)
         GTEST_SKIP() << "faketime is not installed";
     }
     ASSERT_TRUE(Succeeded(Sign("regular", Manifest())));
-    const std::string leaf = SerialHex(DemoHierarchy("regular").leaf);
+    const std::string leaf = pki::Hierarchy::Load(DemoPki("regular")).leaf.SerialHex();
     const std::string current = MakeDemoCrlDirectory(dir_ / "current", {{"root", {leaf}}});
     const std::string old = MakeDemoCrlDirectory(dir_ / "old", {{"root", {}}}, -60);
     const std::string oldCrl = (dir_ / "old-root.crl").string();

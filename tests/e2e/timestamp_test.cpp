@@ -15,11 +15,6 @@ namespace {
 
 using ::testing::HasSubstr;
 
-std::string Text(const Blob& bytes)
-{
-    return {bytes.begin(), bytes.end()};
-}
-
 class TimestampTest : public SignedProductTest {
 protected:
     void SetUp() override
@@ -50,7 +45,8 @@ protected:
     /// The stock-OpenSSL request for `file`'s signature value.
     Path StockQuery(const Path& file, const std::string& name) const
     {
-        WriteFile(Temp(name + ".sig"), Text(pki::SignatureValue(pki::ToBlob(ReadFile(file)))));
+        WriteFile(Temp(name + ".sig"),
+                  pki::ToText(pki::SignatureValue(pki::ToBlob(ReadFile(file)))));
         Host({"openssl", "ts", "-query", "-data", name + ".sig", "-sha256", "-cert", "-out",
               name + ".tsq"});
         return Temp(name + ".tsq");
@@ -80,7 +76,8 @@ protected:
     /// `file` with `token` embedded as it stands, however bad.
     void Embed(const Path& file, const std::string& token) const
     {
-        WriteFile(file, Text(pki::EmbedToken(pki::ToBlob(ReadFile(file)), pki::ToBlob(token))));
+        WriteFile(file,
+                  pki::ToText(pki::EmbedToken(pki::ToBlob(ReadFile(file)), pki::ToBlob(token))));
     }
 
     /// Asks the demo TSA through integrity_sign and embeds its answer.
@@ -214,13 +211,11 @@ TEST_F(TimestampTest, TokensThatDoNotHoldRefuseTheManifest)
         return Temp(signer + ".tsr");
     };
     // The leaf of another manifest, valid only from the day after tomorrow.
-    pki::Hierarchy demo;
-    demo.intermediate = pki::Certificate::FromPem(ReadFile(DemoPki("regular/inter.pem")));
-    demo.intermediateKey = pki::Key::FromPem(ReadFile(DemoPki("regular/inter.key")));
+    const pki::Hierarchy demo = pki::Hierarchy::Load(DemoPki("regular"));
     pki::CertificateOptions options = pki::LeafOptions("later", 4242);
     options.notBeforeDays = 2;
     const pki::Key laterKey = pki::Key::Generate();
-    const std::string later = Text(pki::SignLum(
+    const std::string later = pki::ToText(pki::SignLum(
         pki::ToBlob(content_), demo.IssueLeaf(options, laterKey), laterKey, {demo.intermediate}));
     WriteFile(Temp("later.xml"), later);
 
@@ -291,18 +286,13 @@ TEST_F(TimestampTest, RevocationAppliesToSignerAndTsaWhateverTheTime)
     Sign(Manifest(), DemoPki("regular/leaf.pem"), DemoPki("regular/leaf.key"));
     const std::string signedFile = ReadFile(Manifest());
     Stamp(Manifest());
-    const auto serial = [this](const std::string& certificate) {
-        const ProcessResult result =
-            RunHostProcess({"openssl", "x509", "-in", certificate, "-noout", "-serial"});
-        return result.out.substr(result.out.find('=') + 1,
-                                 result.out.find('\n') - result.out.find('=') - 1);
-    };
     // CRL directories still current at the latest time checked.
     const auto crls = [&](const char* name, const DemoRevocations& revoked) {
         return MakeDemoCrlDirectory(Temp(name), revoked, 0, "1200");
     };
-    const std::string leaf = serial(DemoPki("regular/leaf.pem"));
-    const std::string tsa = serial(DemoPki("regular/tsa.pem"));
+    const std::string leaf = pki::Hierarchy::Load(DemoPki("regular")).leaf.SerialHex();
+    const std::string tsa =
+        pki::Certificate::FromPem(ReadFile(DemoPki("regular/tsa.pem"))).SerialHex();
 
     // TSA roots need no database; one they have applies to their TSAs.
     EXPECT_TRUE(Succeeded(Check(Manifest(), 0, {"--crl", crls("none", {{"root", {}}})})));

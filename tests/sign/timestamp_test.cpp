@@ -31,11 +31,6 @@ template <class T, void (*Free)(T*)> struct Deleter {
 };
 using TsReqPtr = std::unique_ptr<TS_REQ, Deleter<TS_REQ, TS_REQ_free>>;
 
-std::string Text(const Blob& bytes)
-{
-    return {bytes.begin(), bytes.end()};
-}
-
 std::string Hex(const unsigned char* bytes, std::size_t size)
 {
     static constexpr char kDigits[] = "0123456789abcdef";
@@ -60,7 +55,7 @@ std::vector<std::string> EmbeddedTokens(const std::string& file)
 {
     std::vector<std::string> tokens;
     for (const Blob& token : pki::EmbeddedTokens(pki::ToBlob(file))) {
-        tokens.push_back(Text(token));
+        tokens.push_back(pki::ToText(token));
     }
     return tokens;
 }
@@ -111,7 +106,7 @@ protected:
             << "the signature is kept";
 
         const Path der = scratch_ / "embedded.der";
-        WriteFile(der, Text(pki::SignatureDer(pki::ToBlob(bytes))));
+        WriteFile(der, pki::ToText(pki::SignatureDer(pki::ToBlob(bytes))));
         WriteFile(scratch_ / "content", kContent);
         const ProcessResult verified =
             RunOpenSsl({"cms", "-verify", "-binary", "-inform", "DER", "-in", der.string(),
