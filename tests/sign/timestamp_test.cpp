@@ -1,7 +1,3 @@
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
 #include <iterator>
 
 #include <boost/filesystem/operations.hpp>
@@ -221,16 +217,9 @@ TEST_F(TimestampTest, UrlAsksTheAuthorityOverHttp)
     ExpectStamped(file_, tokens[0]);
     signed_ = ReadFile(file_);
 
-    // A port nobody listens on: bound, then released.
-    const int probe = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof address;
-    ASSERT_EQ(::bind(probe, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-    ASSERT_EQ(::getsockname(probe, reinterpret_cast<sockaddr*>(&address), &length), 0);
-    ::close(probe);
-    const std::string closed = "http://127.0.0.1:" + std::to_string(ntohs(address.sin_port)) + "/";
+    const int port = FreeLoopbackPort();
+    ASSERT_NE(port, 0);
+    const std::string closed = "http://127.0.0.1:" + std::to_string(port) + "/";
 
     ExpectRefused({"--tsa-url", closed, file_.string()},
                   "Can't reach time-stamping authority " + closed + ": ");
