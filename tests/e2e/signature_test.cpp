@@ -15,18 +15,6 @@
 namespace integrity_check_tool::test {
 namespace {
 
-/// DER of an element: tag, definite length, content.
-std::string Tlv(std::uint8_t tag, const std::string& content)
-{
-    std::string length;
-    for (std::size_t n = content.size(); n != 0; n >>= 8) {
-        length.insert(length.begin(), static_cast<char>(n & 0xFF));
-    }
-    length = content.size() < 0x80 ? std::string(1, static_cast<char>(content.size()))
-                                   : static_cast<char>(0x80 | length.size()) + length;
-    return static_cast<char>(tag) + length + content;
-}
-
 /// The length of the header of the element at `at`, and of its content.
 std::pair<std::size_t, std::size_t> Header(const std::string& der, std::size_t at)
 {
@@ -167,17 +155,18 @@ TEST_F(SignatureTest, UnsignedPartsPastTheirBoundsAreRefused)
     using Fields = std::vector<std::string>;
     const auto certificates = [](std::size_t copies) {
         return [copies](Fields& fields) {
-            fields[3] =
-                Tlv(0xA0, Content(fields[3]) + Repeat(Elements(Content(fields[3]))[1], copies));
+            fields[3] = pki::Tlv(0xA0, Content(fields[3]) +
+                                           Repeat(Elements(Content(fields[3]))[1], copies));
         };
     };
     const auto unsignedAttributes = [](std::size_t count, std::size_t values,
                                        const std::string& value = std::string("\x05\x00", 2)) {
         return [=](Fields& fields) {
-            const std::string attribute =
-                Tlv(0x30, Tlv(0x06, "\x2A\x03\x04") + Tlv(0x31, Repeat(value, values)));
+            const std::string attribute = pki::Tlv(0x30, pki::Tlv(0x06, "\x2A\x03\x04") +
+                                                             pki::Tlv(0x31, Repeat(value, values)));
             const std::string signerInfo = Content(Elements(Content(fields.back()))[0]);
-            fields.back() = Tlv(0x31, Tlv(0x30, signerInfo + Tlv(0xA1, Repeat(attribute, count))));
+            fields.back() = pki::Tlv(
+                0x31, pki::Tlv(0x30, signerInfo + pki::Tlv(0xA1, Repeat(attribute, count))));
         };
     };
     const struct {
@@ -187,13 +176,15 @@ TEST_F(SignatureTest, UnsignedPartsPastTheirBoundsAreRefused)
     } cases[] = {
         {"16 certificates", certificates(14), true},
         {"17 certificates", certificates(15), false},
-        {"a CRL", [&](Fields& fields) { fields.insert(fields.end() - 1, Tlv(0xA1, crl)); }, false},
+        {"a CRL", [&](Fields& fields) { fields.insert(fields.end() - 1, pki::Tlv(0xA1, crl)); },
+         false},
         {"5 digest algorithms",
-         [](Fields& fields) { fields[1] = Tlv(0x31, Repeat(Content(fields[1]), 5)); }, false},
+         [](Fields& fields) { fields[1] = pki::Tlv(0x31, Repeat(Content(fields[1]), 5)); }, false},
         {"4 unsigned attributes of 4 values", unsignedAttributes(4, 4), true},
         {"5 unsigned attributes", unsignedAttributes(5, 1), false},
         {"an attribute of 5 values", unsignedAttributes(1, 5), false},
-        {"more than 1 MiB", unsignedAttributes(1, 1, Tlv(0x04, std::string(1 << 20, 'j'))), false},
+        {"more than 1 MiB", unsignedAttributes(1, 1, pki::Tlv(0x04, std::string(1 << 20, 'j'))),
+         false},
     };
     const std::size_t derSize = signedFile.size() - content_.size() - crypto::lum::kTrailerSize;
     const std::vector<std::string> info =
@@ -207,7 +198,8 @@ TEST_F(SignatureTest, UnsignedPartsPastTheirBoundsAreRefused)
         for (const std::string& field : fields) {
             fieldBytes += field;
         }
-        const std::string der = Tlv(0x30, info[0] + Tlv(0xA0, Tlv(0x30, fieldBytes)));
+        const std::string der =
+            pki::Tlv(0x30, info[0] + pki::Tlv(0xA0, pki::Tlv(0x30, fieldBytes)));
         const auto trailer = crypto::lum::MakeTrailer(static_cast<std::uint32_t>(der.size()));
         WriteFile(Manifest(), content_ + der + std::string(trailer.begin(), trailer.end()));
         if (c.verifies) {

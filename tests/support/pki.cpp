@@ -451,6 +451,17 @@ Blob ToBlob(std::string_view text)
     return Blob(text.begin(), text.end());
 }
 
+std::string Tlv(std::uint8_t tag, const std::string& content)
+{
+    std::string length;
+    for (std::size_t n = content.size(); n != 0; n >>= 8) {
+        length.insert(length.begin(), static_cast<char>(n & 0xFF));
+    }
+    length = content.size() < 0x80 ? std::string(1, static_cast<char>(content.size()))
+                                   : static_cast<char>(0x80 | length.size()) + length;
+    return static_cast<char>(tag) + length + content;
+}
+
 std::string ToText(std::span<const std::uint8_t> bytes)
 {
     return {bytes.begin(), bytes.end()};

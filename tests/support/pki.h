@@ -155,6 +155,8 @@ std::vector<Signer> PolicyBreakingSigners(const Hierarchy& hierarchy);
 
 /// The bytes of `text`, for content built from string literals.
 Blob ToBlob(std::string_view text);
+/// DER of an element: `tag`, definite length, `content`.
+std::string Tlv(std::uint8_t tag, const std::string& content);
 /// `bytes` as a string, for files written from built content.
 std::string ToText(std::span<const std::uint8_t> bytes);
 

@@ -11,6 +11,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "support/pki.h"
 #include "support/temp_dir.h"
 
 extern char** environ;
@@ -71,21 +72,6 @@ server.serve_forever()
 )";
 
 constexpr int kStartTimeoutMs = 10000;
-
-/// DER of a SEQUENCE holding `body`.
-std::string Sequence(const std::string& body)
-{
-    std::string length;
-    if (body.size() < 0x80) {
-        length = std::string(1, static_cast<char>(body.size()));
-    } else {
-        for (std::size_t rest = body.size(); rest != 0; rest >>= 8) {
-            length.insert(length.begin(), static_cast<char>(rest & 0xFF));
-        }
-        length.insert(length.begin(), static_cast<char>(0x80 | length.size()));
-    }
-    return "\x30" + length + body;
-}
 
 /// The first line `fd` delivers within the start timeout.
 std::string ReadLine(int fd)
@@ -149,7 +135,7 @@ ProcessResult OpenSslTsa::Reply(const Path& query, const Path& reply) const
 
 std::string GrantedReply(const std::string& token)
 {
-    return Sequence(Sequence(std::string("\x02\x01\x00", 3)) + token);
+    return pki::Tlv(0x30, pki::Tlv(0x30, std::string("\x02\x01\x00", 3)) + token);
 }
 
 ProcessResult ExtractToken(const Path& reply, const Path& token)
