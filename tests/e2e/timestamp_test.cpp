@@ -223,7 +223,8 @@ TEST_F(TimestampTest, TokensThatDoNotHoldRefuseTheManifest)
     WriteFile(Temp("other.xml"), other);
     Sign(Temp("other.xml"), DemoPki("regular/leaf.pem"), DemoPki("regular/leaf.key"));
 
-    // integrity_sign refuses to embed these replies, where it can tell.
+    // integrity_sign refuses to embed each reply where it can tell (refusal,
+    // writing nothing); embedded anyway, the checker refuses the manifest.
     const struct {
         const char* name;
         std::string file;
