@@ -5,8 +5,8 @@
 #   RUNS        timed rounds, default 5; every figure is the median
 #   FILES       files in the tree, default 20000
 #   NO_TARGETS  1: print everything and exit 0 even when the target is missed
-# Builds the Release programs (a configured build directory as it is) and makes the tree of run.sh (the same seeded
-# sizes and content, without its large files), generates a SHA-256 manifest,
+# Builds the Release programs (a configured build directory as it is) and makes
+# the tree of run.sh (tree.py, without its large files), generates a SHA-256 manifest,
 # then over a warm page cache interleaves rounds of
 #   integrity_tester --without-signature MANIFEST
 # without and with INTEGRITY_CHECK_REPORT and INTEGRITY_CHECK_METRICS set.
@@ -32,24 +32,7 @@ ninja -C "$build" -j2 integrity_check_tool integrity_tester >"$work/ninja.log" 2
     { tail -n 40 "$work/ninja.log" >&2; exit 1; }
 bin=$build/source
 
-python3 - "$work" "$files" <<'PY'
-import os, random, sys
-work, count = sys.argv[1], int(sys.argv[2])
-rng = random.Random(20240601)
-pool = memoryview(rng.randbytes(8 << 20))
-for i in range(count):
-    if rng.random() < 1 / 200:
-        size = 0
-    elif rng.random() < 6 / 7:
-        size = rng.randint(1, 16 << 10)
-    else:
-        size = rng.randint((16 << 10) + 1, 64 << 10)
-    folder = os.path.join(work, "tree", f"d{i % 20:02}", f"s{i // 20 % 20:02}")
-    os.makedirs(folder, exist_ok=True)
-    start = rng.randrange(len(pool) - size + 1)
-    with open(os.path.join(folder, f"f{i:05}.bin"), "wb") as out:
-        out.write(pool[start:start + size])
-PY
+python3 "$root/bench/verify/tree.py" "$work" "$files" 0 0 >/dev/null
 cat >"$work/config.xml" <<XML
 <Manifest productName="Bench" productVersion="1.0.0.0">
     <Files path="%ProductRoot%/tree" />

@@ -65,44 +65,8 @@ ninja -C "$build" -j2 integrity_check_tool integrity_tester >"$work/ninja.log" 2
 [ "$with_bench" = 0 ] || ninja -C "$build" -j2 hash_bench read_files >"$work/ninja.log" 2>&1 || with_bench=0
 bin=$build/source
 
-# Tree: one in 200 files empty, the rest 1-16 KiB or (one in seven) up to
-# 64 KiB, and six of 2-8 MiB; then the large file. All of it is cut from one
-# seeded random pool: the same data on every run, made in seconds.
 read -r tree_bytes empty_files large_files big_bytes < <(
-python3 - "$work" "$files" "$big_mib" <<'PY'
-import os, random, sys
-work, count, big_mib = sys.argv[1], int(sys.argv[2]), int(sys.argv[3])
-rng = random.Random(20240601)
-pool = memoryview(rng.randbytes(8 << 20))
-large = set(rng.sample(range(count), min(6, count)))
-tree_bytes = empty = 0
-for i in range(count):
-    if i in large:
-        size = rng.randint(2 << 20, 8 << 20)
-    elif rng.random() < 1 / 200:
-        size = 0
-    elif rng.random() < 6 / 7:
-        size = rng.randint(1, 16 << 10)
-    else:
-        size = rng.randint((16 << 10) + 1, 64 << 10)
-    folder = os.path.join(work, "tree", f"d{i % 20:02}", f"s{i // 20 % 20:02}")
-    os.makedirs(folder, exist_ok=True)
-    start = rng.randrange(len(pool) - size + 1)
-    with open(os.path.join(folder, f"f{i:05}.bin"), "wb") as out:
-        out.write(pool[start:start + size])
-    tree_bytes += size
-    empty += size == 0
-os.makedirs(os.path.join(work, "big"))
-left = big_bytes = big_mib << 20
-with open(os.path.join(work, "big", "large.bin"), "wb") as out:
-    while left:
-        start = rng.randrange(len(pool))
-        piece = pool[start:start + left]
-        out.write(piece)
-        left -= len(piece)
-print(tree_bytes, empty, len(large), big_bytes)
-PY
-)
+    python3 "$root/bench/verify/tree.py" "$work" "$files" 6 "$big_mib")
 sets=(tree big)
 declare -A bytes set_label
 bytes[tree]=$tree_bytes

@@ -1,11 +1,8 @@
 // The metrics file as the host's Prometheus tools see it: promtool checks
 // it, node_exporter's textfile collector serves it.
-#include <arpa/inet.h>
 #include <fcntl.h>
-#include <netinet/in.h>
 #include <signal.h>
 #include <spawn.h>
-#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -58,23 +55,6 @@ private:
     pid_t pid_ = 0;
 };
 
-/// A TCP port on the loopback interface that nobody listens on right now.
-int FreePort()
-{
-    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t size = sizeof address;
-    int port = 0;
-    if (fd >= 0 && ::bind(fd, reinterpret_cast<sockaddr*>(&address), size) == 0 &&
-        ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &size) == 0) {
-        port = ntohs(address.sin_port);
-    }
-    ::close(fd);
-    return port;
-}
-
 /// Empty when `tool` is on the PATH, else what to do about it.
 std::string Missing(const std::string& tool, const std::string& package)
 {
@@ -109,7 +89,7 @@ TEST(MetricsTest, NodeExporterServesTheMetricsFile)
         RunHostProcess({"sh", "-c", "promtool check metrics < \"$0\"", metrics.string()});
     EXPECT_EQ(lint.exitStatus, 0) << lint.out << lint.err;
 
-    const int port = FreePort();
+    const int port = FreeLoopbackPort();
     ASSERT_NE(port, 0);
     const std::string address = "127.0.0.1:" + std::to_string(port);
     const BackgroundProcess exporter(

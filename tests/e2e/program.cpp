@@ -6,6 +6,7 @@
 #include <sstream>
 
 #include <boost/filesystem/operations.hpp>
+#include <lum/format.h>
 
 namespace integrity_check_tool::test {
 
@@ -125,6 +126,49 @@ std::vector<std::string> Lines(const std::string& text)
         lines.push_back(line);
     }
     return lines;
+}
+
+std::string MakeDemoCrlDirectory(const Path& directory, const DemoRevocations& revoked, int days,
+                                 const std::string& crlDays)
+{
+    const std::vector<std::string> launcher = days == 0 ? std::vector<std::string>{} : At(days);
+    std::vector<std::string> pack{"--make-container"};
+    std::vector<std::string> crls;
+    for (const auto& [root, serials] : revoked) {
+        const std::string crl = directory.string() + "-" + root + ".crl";
+        std::vector<std::string> make{"--make-crl",
+                                      "--ca-cert",
+                                      DemoPki("regular/" + root + ".pem"),
+                                      "--ca-key",
+                                      DemoPki("regular/" + root + ".key"),
+                                      "--output",
+                                      crl};
+        if (!crlDays.empty()) {
+            make.insert(make.end(), {"--days", crlDays});
+        }
+        for (const std::string& serial : serials) {
+            make.insert(make.end(), {"--revoke", serial});
+        }
+        EXPECT_TRUE(Succeeded(RunProgram(Program::Sign, make, {}, launcher)));
+        pack.insert(pack.end(), {"--root", DemoPki("regular/" + root + ".pem")});
+        crls.push_back(crl);
+    }
+    boost::filesystem::create_directories(directory);
+    pack.insert(pack.end(), {"--output", (directory / crypto::lum::kContainerName).string()});
+    pack.insert(pack.end(), crls.begin(), crls.end());
+    EXPECT_TRUE(Succeeded(RunProgram(Program::Sign, pack, {}, launcher)));
+    return directory.string();
+}
+
+std::string SignedProductTest::Flags(const ProcessResult& result, const Path& file)
+{
+    const std::string prefix = "Can't verify LUM signature of file " + file.string() + ". Flags: ";
+    const std::size_t at = result.err.find(prefix);
+    if (result.exitStatus != 1 || at == std::string::npos) {
+        return "exit " + std::to_string(result.exitStatus) + ": " + result.err;
+    }
+    const std::size_t begin = at + prefix.size();
+    return "|" + result.err.substr(begin, result.err.find('\n', begin) - begin) + "|";
 }
 
 SignedProductTest::SignedProductTest()

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -51,6 +52,15 @@ bool HasFaketime();
 /// Splits output into lines (without line ends).
 std::vector<std::string> Lines(const std::string& text);
 
+/// Serials to revoke by regular demo root ("root", "tsa-root").
+using DemoRevocations = std::vector<std::pair<std::string, std::vector<std::string>>>;
+
+/// Makes with integrity_sign, `days` from now, the CRL directory `directory`:
+/// a revocation container of one CRL for each root in `revoked`. The CRLs go to
+/// `<directory>-<root>.crl` and last `crlDays` when that is given.
+std::string MakeDemoCrlDirectory(const Path& directory, const DemoRevocations& revoked,
+                                 int days = 0, const std::string& crlDays = {});
+
 /// A product of one file, "agent", and its unsigned manifest, for the
 /// signature tests.
 class SignedProductTest : public ::testing::Test {
@@ -61,6 +71,10 @@ protected:
     static constexpr const char* kSummaryOk = "\tManifests: 0 / 0 / 1\n\tFiles: 0 / 0 / 1\n";
 
     Path Manifest() const { return dir_ / "product/integrity_check.xml"; }
+
+    /// The flags of the signature error of a failed check of `file`, as
+    /// "|A|B|"; otherwise the exit status and the error output.
+    static std::string Flags(const ProcessResult& result, const Path& file);
 
     TempDir dir_;
     std::string content_;

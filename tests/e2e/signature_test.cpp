@@ -8,55 +8,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <lum/format.h>
-#include <openssl/bn.h>
-#include <openssl/x509.h>
 
 #include "program.h"
 #include "support/pki.h"
 
 namespace integrity_check_tool::test {
 namespace {
-
-/// The demo hierarchy of one set, loaded from the repository.
-pki::Hierarchy DemoHierarchy(const std::string& set)
-{
-    const auto key = [&](const char* name) {
-        return pki::Key::FromPem(ReadFile(DemoPki(set + "/" + name)));
-    };
-    const auto cert = [&](const char* name) {
-        return pki::Certificate::FromPem(ReadFile(DemoPki(set + "/" + name)));
-    };
-    return {key("root.key"),   cert("root.pem"), key("inter.key"),
-            cert("inter.pem"), key("leaf.key"),  cert("leaf.pem")};
-}
-
-/// The serial number in hexadecimal, as integrity_sign --revoke takes it.
-std::string SerialHex(const pki::Certificate& certificate)
-{
-    BIGNUM* serial = ASN1_INTEGER_to_BN(X509_get0_serialNumber(certificate.get()), nullptr);
-    char* hex = BN_bn2hex(serial);
-    const std::string text = hex;
-    OPENSSL_free(hex);
-    BN_free(serial);
-    return text;
-}
-
-std::string Text(const Blob& bytes)
-{
-    return std::string(bytes.begin(), bytes.end());
-}
-
-/// DER of an element: tag, definite length, content.
-std::string Tlv(std::uint8_t tag, const std::string& content)
-{
-    std::string length;
-    for (std::size_t n = content.size(); n != 0; n >>= 8) {
-        length.insert(length.begin(), static_cast<char>(n & 0xFF));
-    }
-    length = content.size() < 0x80 ? std::string(1, static_cast<char>(content.size()))
-                                   : static_cast<char>(0x80 | length.size()) + length;
-    return static_cast<char>(tag) + length + content;
-}
 
 /// The length of the header of the element at `at`, and of its content.
 std::pair<std::size_t, std::size_t> Header(const std::string& der, std::size_t at)
@@ -128,26 +85,12 @@ protected:
         return RunProgram(program, arguments);
     }
 
-    /// The flags of the signature error of a failed check, as "|A|B|".
-    static std::string Flags(const ProcessResult& result, const Path& file)
-    {
-        EXPECT_EQ(result.exitStatus, 1) << result.err;
-        const std::string prefix =
-            "Can't verify LUM signature of file " + file.string() + ". Flags: ";
-        const std::size_t at = result.err.find(prefix);
-        if (at == std::string::npos) {
-            return result.err;
-        }
-        const std::size_t begin = at + prefix.size();
-        return "|" + result.err.substr(begin, result.err.find('\n', begin) - begin) + "|";
-    }
-
     /// A CRL directory holding a revocation container of `databases`.
     std::string CrlDirectory(const std::string& name,
                              const std::vector<crypto::lum::RevocationDatabase>& databases) const
     {
         WriteFile(dir_ / name / crypto::lum::kContainerName,
-                  Text(crypto::lum::BuildContainer(databases)));
+                  pki::ToText(crypto::lum::BuildContainer(databases)));
         return (dir_ / name).string();
     }
 };
@@ -206,23 +149,24 @@ TEST_F(SignatureTest, UnsignedPartsPastTheirBoundsAreRefused)
 {
     ASSERT_TRUE(Succeeded(Sign("regular", Manifest())));
     const std::string signedFile = ReadFile(Manifest());
-    const std::string crl = Text(DemoHierarchy("regular").Crl({}));
+    const std::string crl = pki::ToText(pki::Hierarchy::Load(DemoPki("regular")).Crl({}));
     // SignedData fields: version, digestAlgorithms, encapContentInfo, [0]
     // certificates (leaf, intermediate), signerInfos.
     using Fields = std::vector<std::string>;
     const auto certificates = [](std::size_t copies) {
         return [copies](Fields& fields) {
-            fields[3] =
-                Tlv(0xA0, Content(fields[3]) + Repeat(Elements(Content(fields[3]))[1], copies));
+            fields[3] = pki::Tlv(0xA0, Content(fields[3]) +
+                                           Repeat(Elements(Content(fields[3]))[1], copies));
         };
     };
     const auto unsignedAttributes = [](std::size_t count, std::size_t values,
                                        const std::string& value = std::string("\x05\x00", 2)) {
         return [=](Fields& fields) {
-            const std::string attribute =
-                Tlv(0x30, Tlv(0x06, "\x2A\x03\x04") + Tlv(0x31, Repeat(value, values)));
+            const std::string attribute = pki::Tlv(0x30, pki::Tlv(0x06, "\x2A\x03\x04") +
+                                                             pki::Tlv(0x31, Repeat(value, values)));
             const std::string signerInfo = Content(Elements(Content(fields.back()))[0]);
-            fields.back() = Tlv(0x31, Tlv(0x30, signerInfo + Tlv(0xA1, Repeat(attribute, count))));
+            fields.back() = pki::Tlv(
+                0x31, pki::Tlv(0x30, signerInfo + pki::Tlv(0xA1, Repeat(attribute, count))));
         };
     };
     const struct {
@@ -232,13 +176,15 @@ TEST_F(SignatureTest, UnsignedPartsPastTheirBoundsAreRefused)
     } cases[] = {
         {"16 certificates", certificates(14), true},
         {"17 certificates", certificates(15), false},
-        {"a CRL", [&](Fields& fields) { fields.insert(fields.end() - 1, Tlv(0xA1, crl)); }, false},
+        {"a CRL", [&](Fields& fields) { fields.insert(fields.end() - 1, pki::Tlv(0xA1, crl)); },
+         false},
         {"5 digest algorithms",
-         [](Fields& fields) { fields[1] = Tlv(0x31, Repeat(Content(fields[1]), 5)); }, false},
+         [](Fields& fields) { fields[1] = pki::Tlv(0x31, Repeat(Content(fields[1]), 5)); }, false},
         {"4 unsigned attributes of 4 values", unsignedAttributes(4, 4), true},
         {"5 unsigned attributes", unsignedAttributes(5, 1), false},
         {"an attribute of 5 values", unsignedAttributes(1, 5), false},
-        {"more than 1 MiB", unsignedAttributes(1, 1, Tlv(0x04, std::string(1 << 20, 'j'))), false},
+        {"more than 1 MiB", unsignedAttributes(1, 1, pki::Tlv(0x04, std::string(1 << 20, 'j'))),
+         false},
     };
     const std::size_t derSize = signedFile.size() - content_.size() - crypto::lum::kTrailerSize;
     const std::vector<std::string> info =
@@ -252,7 +198,8 @@ TEST_F(SignatureTest, UnsignedPartsPastTheirBoundsAreRefused)
         for (const std::string& field : fields) {
             fieldBytes += field;
         }
-        const std::string der = Tlv(0x30, info[0] + Tlv(0xA0, Tlv(0x30, fieldBytes)));
+        const std::string der =
+            pki::Tlv(0x30, info[0] + pki::Tlv(0xA0, pki::Tlv(0x30, fieldBytes)));
         const auto trailer = crypto::lum::MakeTrailer(static_cast<std::uint32_t>(der.size()));
         WriteFile(Manifest(), content_ + der + std::string(trailer.begin(), trailer.end()));
         if (c.verifies) {
@@ -265,7 +212,7 @@ TEST_F(SignatureTest, UnsignedPartsPastTheirBoundsAreRefused)
 
 TEST_F(SignatureTest, CertificateProblemsNameTheirFlags)
 {
-    const pki::Hierarchy demo = DemoHierarchy("regular");
+    const pki::Hierarchy demo = pki::Hierarchy::Load(DemoPki("regular"));
     const struct {
         const char* name;
         int notBefore;
@@ -281,8 +228,9 @@ TEST_F(SignatureTest, CertificateProblemsNameTheirFlags)
         options.notAfterDays = c.notAfter;
         options.extendedKeyUsage = c.extendedKeyUsage;
         const pki::Key key = pki::Key::Generate();
-        WriteFile(Manifest(), Text(pki::SignLum(pki::ToBlob(content_), demo.IssueLeaf(options, key),
-                                                key, {demo.intermediate})));
+        WriteFile(Manifest(),
+                  pki::ToText(pki::SignLum(pki::ToBlob(content_), demo.IssueLeaf(options, key), key,
+                                           {demo.intermediate})));
         EXPECT_THAT(Flags(Check(Manifest()), Manifest()), ::testing::HasSubstr(c.flag)) << c.name;
     }
 }
@@ -299,22 +247,22 @@ TEST_F(SignatureTest, WeakKeysAndSignaturesAndMisplacedCertificatesAreRefused)
         {"CA signer", "|Signed|RevocationCheckSkipped|InvalidBasicContraints|"},
         {"serverAuth intermediate", "|Signed|RevocationCheckSkipped|InvalidPurpose|"},
     };
-    const auto signers = pki::PolicyBreakingSigners(DemoHierarchy("regular"));
+    const auto signers = pki::PolicyBreakingSigners(pki::Hierarchy::Load(DemoPki("regular")));
     ASSERT_EQ(signers.size(), expected.size());
     for (const pki::Signer& signer : signers) {
         SCOPED_TRACE(signer.name);
-        WriteFile(Manifest(), Text(pki::SignLum(pki::ToBlob(content_), signer.certificate,
-                                                signer.key, signer.chain)));
+        WriteFile(Manifest(), pki::ToText(pki::SignLum(pki::ToBlob(content_), signer.certificate,
+                                                       signer.key, signer.chain)));
         EXPECT_EQ(Flags(Check(Manifest()), Manifest()), expected.at(signer.name));
     }
     // Weak digests in the CMS itself, with the demo leaf.
-    const pki::Hierarchy demo = DemoHierarchy("regular");
+    const pki::Hierarchy demo = pki::Hierarchy::Load(DemoPki("regular"));
     for (const auto& [digest, signatureAlgorithm] :
          {std::pair{"SHA1", ""}, std::pair{"SHA256", "ecdsa-with-SHA1"}}) {
         SCOPED_TRACE(std::string(digest) + " " + signatureAlgorithm);
-        WriteFile(Manifest(),
-                  Text(demo.Sign(pki::ToBlob(content_),
-                                 {.digest = digest, .signatureAlgorithm = signatureAlgorithm})));
+        WriteFile(Manifest(), pki::ToText(demo.Sign(
+                                  pki::ToBlob(content_),
+                                  {.digest = digest, .signatureAlgorithm = signatureAlgorithm})));
         EXPECT_EQ(Flags(Check(Manifest()), Manifest()), "|Signed|MalformedContent|");
     }
 }
@@ -323,31 +271,13 @@ TEST_F(SignatureTest, WeakKeysAndSignaturesAndMisplacedCertificatesAreRefused)
 TEST_F(SignatureTest, RevokedLeafOrIntermediateFails)
 {
     ASSERT_TRUE(Succeeded(Sign("regular", Manifest())));
-    const pki::Hierarchy demo = DemoHierarchy("regular");
-    const auto container = [&](const std::string& name, const std::vector<std::string>& revoke) {
-        const Path crl = dir_ / (name + ".crl");
-        std::vector<std::string> arguments{"--make-crl",
-                                           "--ca-cert",
-                                           DemoPki("regular/root.pem"),
-                                           "--ca-key",
-                                           DemoPki("regular/root.key"),
-                                           "--output",
-                                           crl.string()};
-        for (const std::string& serial : revoke) {
-            arguments.insert(arguments.end(), {"--revoke", serial});
-        }
-        EXPECT_TRUE(Succeeded(RunProgram(Program::Sign, arguments)));
-        boost::filesystem::create_directories(dir_ / name);
-        const std::string output = (dir_ / name / crypto::lum::kContainerName).string();
-        EXPECT_TRUE(Succeeded(
-            RunProgram(Program::Sign, {"--make-container", "--root", DemoPki("regular/root.pem"),
-                                       "--output", output, crl.string()})));
-        return (dir_ / name).string();
-    };
-    EXPECT_TRUE(Succeeded(Check(Manifest(), {"--crl", container("unrelated", {"0123456789"})})));
+    const pki::Hierarchy demo = pki::Hierarchy::Load(DemoPki("regular"));
+    EXPECT_TRUE(Succeeded(
+        Check(Manifest(),
+              {"--crl", MakeDemoCrlDirectory(dir_ / "unrelated", {{"root", {"0123456789"}}})})));
     for (const pki::Certificate* revoked : {&demo.leaf, &demo.intermediate}) {
-        const std::string serial = SerialHex(*revoked);
-        const std::string crl = container(serial, {"0123", serial});
+        const std::string serial = revoked->SerialHex();
+        const std::string crl = MakeDemoCrlDirectory(dir_ / serial, {{"root", {"0123", serial}}});
         EXPECT_THAT(Flags(Check(Manifest(), {"--crl", crl}), Manifest()),
                     ::testing::HasSubstr("|Revoked|"))
             << serial;
@@ -357,8 +287,8 @@ TEST_F(SignatureTest, RevokedLeafOrIntermediateFails)
 TEST_F(SignatureTest, BadRevocationContainersStopTheCheck)
 {
     ASSERT_TRUE(Succeeded(Sign("regular", Manifest())));
-    const pki::Hierarchy demo = DemoHierarchy("regular");
-    const pki::Hierarchy alternative = DemoHierarchy("alternative");
+    const pki::Hierarchy demo = pki::Hierarchy::Load(DemoPki("regular"));
+    const pki::Hierarchy alternative = pki::Hierarchy::Load(DemoPki("alternative"));
     const crypto::lum::RevocationDatabase good{demo.HierarchyId(), demo.Crl({})};
     const crypto::lum::RevocationDatabase alternativeOnly{alternative.HierarchyId(),
                                                           alternative.Crl({})};
@@ -456,7 +386,7 @@ TEST_F(SignatureTest, MissingOrEmptyRevocationContainersFailClosed)
 TEST_F(SignatureTest, CrlsOutOfForceAreRefusedNamingTheirRoot)
 {
     ASSERT_TRUE(Succeeded(Sign("regular", Manifest())));
-    const pki::Hierarchy demo = DemoHierarchy("regular");
+    const pki::Hierarchy demo = pki::Hierarchy::Load(DemoPki("regular"));
     const std::string root = "Revocation database of root \"CN=Integrity Demo Regular "
                              "Root,O=Integrity Demo\" (serial 15EDF31640655339233D3B26FD7D3C76) ";
     const struct {
@@ -486,32 +416,10 @@ TEST_F(SignatureTest, RolledBackOrStaleContainersDoNotReviveARevokedSigner)
         GTEST_SKIP() << "faketime is not installed";
     }
     ASSERT_TRUE(Succeeded(Sign("regular", Manifest())));
-    const std::string leaf = SerialHex(DemoHierarchy("regular").leaf);
-    // Makes, `days` from now, a CRL of the regular root and a container of it in `name`.
-    const auto make = [&](const std::string& name, int days,
-                          const std::vector<std::string>& revoke) {
-        const std::string crl = (dir_ / (name + ".crl")).string();
-        std::vector<std::string> arguments{"--make-crl",
-                                           "--ca-cert",
-                                           DemoPki("regular/root.pem"),
-                                           "--ca-key",
-                                           DemoPki("regular/root.key"),
-                                           "--output",
-                                           crl};
-        for (const std::string& serial : revoke) {
-            arguments.insert(arguments.end(), {"--revoke", serial});
-        }
-        EXPECT_TRUE(Succeeded(RunProgram(Program::Sign, arguments, {}, At(days))));
-        boost::filesystem::create_directories(dir_ / name);
-        EXPECT_TRUE(Succeeded(
-            RunProgram(Program::Sign,
-                       {"--make-container", "--root", DemoPki("regular/root.pem"), "--output",
-                        (dir_ / name / crypto::lum::kContainerName).string(), crl},
-                       {}, At(days))));
-        return std::pair{(dir_ / name).string(), crl};
-    };
-    const auto [current, currentCrl] = make("current", 0, {leaf});
-    const auto [old, oldCrl] = make("old", -60, {});
+    const std::string leaf = pki::Hierarchy::Load(DemoPki("regular")).leaf.SerialHex();
+    const std::string current = MakeDemoCrlDirectory(dir_ / "current", {{"root", {leaf}}});
+    const std::string old = MakeDemoCrlDirectory(dir_ / "old", {{"root", {}}}, -60);
+    const std::string oldCrl = (dir_ / "old-root.crl").string();
     const std::string stale = "is out of date: its next update was due ";
     EXPECT_THAT(Flags(Check(Manifest(), {"--crl", current}), Manifest()),
                 ::testing::HasSubstr("|Revoked|"));

@@ -15,11 +15,6 @@ namespace {
 
 using ::testing::HasSubstr;
 
-std::string Text(const Blob& bytes)
-{
-    return {bytes.begin(), bytes.end()};
-}
-
 class TimestampTest : public SignedProductTest {
 protected:
     void SetUp() override
@@ -50,20 +45,23 @@ protected:
     /// The stock-OpenSSL request for `file`'s signature value.
     Path StockQuery(const Path& file, const std::string& name) const
     {
-        WriteFile(Temp(name + ".sig"), Text(pki::SignatureValue(pki::ToBlob(ReadFile(file)))));
+        WriteFile(Temp(name + ".sig"),
+                  pki::ToText(pki::SignatureValue(pki::ToBlob(ReadFile(file)))));
         Host({"openssl", "ts", "-query", "-data", name + ".sig", "-sha256", "-cert", "-out",
               name + ".tsq"});
         return Temp(name + ".tsq");
     }
 
-    /// The reply of the TSA `signer`/`key` (the regular demo TSA by default)
-    /// to `query`, made `days` from now.
-    Path Reply(const Path& query, int days = 0,
-               const std::string& signer = DemoPki("regular/tsa.pem"),
-               const std::string& key = DemoPki("regular/tsa.key")) const
+    /// The reply to `query` made `days` from now by the regular demo TSA or,
+    /// when named, by the TSA of `authority`.pem and .key in the test directory.
+    Path Reply(const Path& query, int days = 0, const std::string& authority = {}) const
     {
-        const Path reply = query.string() + ".tsr";
-        Host(At(days, tsa::OpenSslTsa(dir_.path(), signer, key).ReplyCommand(query, reply)));
+        const std::string signer =
+            authority.empty() ? DemoPki("regular/tsa") : Temp(authority).string();
+        const Path reply = query.string() + authority +
+                           (days != 0 ? "+" + std::to_string(days) : std::string()) + ".tsr";
+        Host(At(days, tsa::OpenSslTsa(dir_.path(), signer + ".pem", signer + ".key")
+                          .ReplyCommand(query, reply)));
         return reply;
     }
 
@@ -78,7 +76,8 @@ protected:
     /// `file` with `token` embedded as it stands, however bad.
     void Embed(const Path& file, const std::string& token) const
     {
-        WriteFile(file, Text(pki::EmbedToken(pki::ToBlob(ReadFile(file)), pki::ToBlob(token))));
+        WriteFile(file,
+                  pki::ToText(pki::EmbedToken(pki::ToBlob(ReadFile(file)), pki::ToBlob(token))));
     }
 
     /// Asks the demo TSA through integrity_sign and embeds its answer.
@@ -107,6 +106,10 @@ protected:
                                           "basicConstraints = critical, CA:FALSE\n"
                                           "keyUsage = critical, digitalSignature\n"
                                           "extendedKeyUsage = codeSigning\n"
+                                          "[loose]\n"
+                                          "basicConstraints = critical, CA:FALSE\n"
+                                          "keyUsage = critical, digitalSignature\n"
+                                          "extendedKeyUsage = timeStamping\n"
                                           "[ca]\n"
                                           "basicConstraints = critical, CA:TRUE\n"
                                           "keyUsage = critical, keyCertSign, cRLSign\n");
@@ -129,19 +132,6 @@ protected:
     {
         extra.push_back(file.string());
         return RunProgram(Program::Checker, extra, {}, At(days));
-    }
-
-    /// The flags of a refused signature, as "|A|B|".
-    static std::string Flags(const ProcessResult& result, const Path& file)
-    {
-        const std::string prefix =
-            "Can't verify LUM signature of file " + file.string() + ". Flags: ";
-        const std::size_t at = result.err.find(prefix);
-        if (result.exitStatus != 1 || at == std::string::npos) {
-            return "exit " + std::to_string(result.exitStatus) + ": " + result.err;
-        }
-        const std::size_t begin = at + prefix.size();
-        return "|" + result.err.substr(begin, result.err.find('\n', begin) - begin) + "|";
     }
 };
 
@@ -194,11 +184,13 @@ TEST_F(TimestampTest, TokensThatDoNotHoldRefuseTheManifest)
     Issue("foreign-root", "", "ca");
     Issue("foreign", "foreign-root", "tsa");
     Issue("no-usage", "tsa-root", "code");
+    Issue("loose", "tsa-root", "loose");
     Issue("sha1", "tsa-root", "tsa", 3650, "sha1");
     Sign(Manifest(), DemoPki("regular/leaf.pem"), DemoPki("regular/leaf.key"));
     const std::string signedFile = ReadFile(Manifest());
     const Path query = StockQuery(Manifest(), "good");
-    const std::string good = Token(Reply(query));
+    const Path goodReply = Reply(query);
+    const std::string good = Token(goodReply);
     // The TSA's own signature over a SHA-1 digest of its signed attributes.
     std::vector<std::string> sha1Reply =
         tsa::OpenSslTsa(dir_.path(), DemoPki("regular/tsa.pem"), DemoPki("regular/tsa.key"))
@@ -206,22 +198,24 @@ TEST_F(TimestampTest, TokensThatDoNotHoldRefuseTheManifest)
     sha1Reply.push_back("-sha1");
     Host(sha1Reply);
 
-    // A token signed with a certificate that lacks the usage: stock openssl
-    // cms re-signs the good token's TSTInfo.
+    // Tokens of certificates without the critical timeStamping usage: stock
+    // openssl cms re-signs the good token's TSTInfo.
     Host({"openssl", "cms", "-verify", "-noverify", "-inform", "DER", "-in",
-          Reply(query).string() + ".tok", "-out", "tstinfo.der"});
-    Host({"openssl",     "cms",          "-sign",  "-binary",        "-nodetach",
-          "-nosmimecap", "-md",          "sha256", "-econtent_type", "id-smime-ct-TSTInfo",
-          "-signer",     "no-usage.pem", "-inkey", "no-usage.key",   "-in",
-          "tstinfo.der", "-outform",     "DER",    "-out",           "no-usage.tok"});
+          goodReply.string() + ".tok", "-out", "tstinfo.der"});
+    const auto resigned = [&](const std::string& signer) {
+        Host({"openssl",     "cms",           "-sign",  "-binary",        "-nodetach",
+              "-nosmimecap", "-md",           "sha256", "-econtent_type", "id-smime-ct-TSTInfo",
+              "-signer",     signer + ".pem", "-inkey", signer + ".key",  "-in",
+              "tstinfo.der", "-outform",      "DER",    "-out",           signer + ".tok"});
+        WriteFile(Temp(signer + ".tsr"), tsa::GrantedReply(ReadFile(Temp(signer + ".tok"))));
+        return Temp(signer + ".tsr");
+    };
     // The leaf of another manifest, valid only from the day after tomorrow.
-    pki::Hierarchy demo;
-    demo.intermediate = pki::Certificate::FromPem(ReadFile(DemoPki("regular/inter.pem")));
-    demo.intermediateKey = pki::Key::FromPem(ReadFile(DemoPki("regular/inter.key")));
+    const pki::Hierarchy demo = pki::Hierarchy::Load(DemoPki("regular"));
     pki::CertificateOptions options = pki::LeafOptions("later", 4242);
     options.notBeforeDays = 2;
     const pki::Key laterKey = pki::Key::Generate();
-    const std::string later = Text(pki::SignLum(
+    const std::string later = pki::ToText(pki::SignLum(
         pki::ToBlob(content_), demo.IssueLeaf(options, laterKey), laterKey, {demo.intermediate}));
     WriteFile(Temp("later.xml"), later);
 
@@ -229,38 +223,56 @@ TEST_F(TimestampTest, TokensThatDoNotHoldRefuseTheManifest)
     WriteFile(Temp("other.xml"), other);
     Sign(Temp("other.xml"), DemoPki("regular/leaf.pem"), DemoPki("regular/leaf.key"));
 
+    // integrity_sign refuses to embed each reply where it can tell (refusal,
+    // writing nothing); embedded anyway, the checker refuses the manifest.
     const struct {
         const char* name;
         std::string file;
-        std::string token;
+        Path reply;
         const char* flags;
+        std::string refusal;
     } cases[] = {
-        {"over another signature", signedFile, Token(Reply(StockQuery(Temp("other.xml"), "o"))),
-         "|Signed|RevocationCheckSkipped|SignatureValueNotMatched|"},
-        {"from a TSA outside the trusted roots", signedFile,
-         Token(Reply(query, 0, Temp("foreign.pem").string(), Temp("foreign.key").string())),
-         "|Signed|RevocationCheckSkipped|IncompleteChain|"},
-        {"from a certificate without the timeStamping usage", signedFile,
-         ReadFile(Temp("no-usage.tok")), "|Signed|RevocationCheckSkipped|InvalidPurpose|"},
-        {"from a TSA certificate signed with SHA-1", signedFile,
-         Token(Reply(query, 0, Temp("sha1.pem").string(), Temp("sha1.key").string())),
-         "|Signed|RevocationCheckSkipped|InvalidCertificateSign|"},
-        {"signed over a SHA-1 digest", signedFile, Token(Temp("sha1-digest.tsr")),
-         "|Signed|RevocationCheckSkipped|MalformedContent|"},
-        {"dated in the future", signedFile, Token(Reply(query, 2)),
-         "|Signed|RevocationCheckSkipped|Expired|"},
-        {"dated before the leaf's notBefore", later,
-         Token(Reply(StockQuery(Temp("later.xml"), "l"))),
-         "|Signed|RevocationCheckSkipped|Expired|"},
-        {"not a token", signedFile, std::string("\x30\x03\x02\x01\x01", 5),
-         "|Signed|RevocationCheckSkipped|MalformedContent|"},
+        {"over another signature", signedFile, Reply(StockQuery(Temp("other.xml"), "o")),
+         "|Signed|RevocationCheckSkipped|SignatureValueNotMatched|",
+         "is not for the signature of " + Manifest().string()},
+        {"from a TSA outside the trusted roots", signedFile, Reply(query, 0, "foreign"),
+         "|Signed|RevocationCheckSkipped|IncompleteChain|",
+         "\"CN=foreign\" does not chain to a trusted time-stamping root"},
+        {"from a certificate without the timeStamping usage", signedFile, resigned("no-usage"),
+         "|Signed|RevocationCheckSkipped|InvalidPurpose|",
+         "\"CN=no-usage\" lacks the critical timeStamping"},
+        {"from a certificate whose timeStamping usage is not critical", signedFile,
+         resigned("loose"), "|Signed|RevocationCheckSkipped|InvalidPurpose|",
+         "\"CN=loose\" lacks the critical timeStamping"},
+        {"from a TSA certificate signed with SHA-1", signedFile, Reply(query, 0, "sha1"),
+         "|Signed|RevocationCheckSkipped|InvalidCertificateSign|", ""},
+        {"signed over a SHA-1 digest", signedFile, Temp("sha1-digest.tsr"),
+         "|Signed|RevocationCheckSkipped|MalformedContent|", ""},
+        {"dated in the future", signedFile, Reply(query, 2),
+         "|Signed|RevocationCheckSkipped|Expired|", "in the future"},
+        {"dated before the leaf's notBefore", later, Reply(StockQuery(Temp("later.xml"), "l")),
+         "|Signed|RevocationCheckSkipped|Expired|", ""},
     };
+    const Path refused = Temp("refused.xml");
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         WriteFile(Manifest(), c.file);
-        Embed(Manifest(), c.token);
+        if (!c.refusal.empty()) {
+            EXPECT_TRUE(
+                Failed(RunProgram(Program::Sign, {"--tsa-reply", c.reply.string(), "--output",
+                                                  refused.string(), Manifest().string()}),
+                       c.refusal));
+            EXPECT_FALSE(boost::filesystem::exists(refused));
+            EXPECT_EQ(ReadFile(Manifest()), c.file);
+        }
+        Embed(Manifest(), Token(c.reply));
         EXPECT_EQ(Flags(Check(Manifest()), Manifest()), c.flags);
     }
+    WriteFile(Manifest(), signedFile);
+    Embed(Manifest(), std::string("\x30\x03\x02\x01\x01", 5));
+    EXPECT_EQ(Flags(Check(Manifest()), Manifest()),
+              "|Signed|RevocationCheckSkipped|MalformedContent|")
+        << "not a token";
     // Two tokens are one too many, even when both are good.
     WriteFile(Manifest(), signedFile);
     Embed(Manifest(), good);
@@ -275,54 +287,24 @@ TEST_F(TimestampTest, RevocationAppliesToSignerAndTsaWhateverTheTime)
     Sign(Manifest(), DemoPki("regular/leaf.pem"), DemoPki("regular/leaf.key"));
     const std::string signedFile = ReadFile(Manifest());
     Stamp(Manifest());
-    const auto serial = [this](const std::string& certificate) {
-        const ProcessResult result =
-            RunHostProcess({"openssl", "x509", "-in", certificate, "-noout", "-serial"});
-        return result.out.substr(result.out.find('=') + 1,
-                                 result.out.find('\n') - result.out.find('=') - 1);
+    // CRL directories still current at the latest time checked.
+    const auto crls = [&](const char* name, const DemoRevocations& revoked) {
+        return MakeDemoCrlDirectory(Temp(name), revoked, 0, "1200");
     };
-    // A container with a CRL of the code-signing root and, optionally, one of the TSA root.
-    const auto container = [&](const std::string& name, const std::vector<std::string>& leafSerials,
-                               const std::vector<std::string>& tsaSerials, bool tsaDatabase) {
-        std::vector<std::string> pack{"--make-container", "--root", DemoPki("regular/root.pem")};
-        std::vector<std::string> crls;
-        for (const auto& [root, serials, wanted] :
-             {std::tuple{std::string("root"), leafSerials, true},
-              std::tuple{std::string("tsa-root"), tsaSerials, tsaDatabase}}) {
-            if (!wanted) {
-                continue;
-            }
-            const std::string crl = Temp(name + "-" + root + ".crl").string();
-            std::vector<std::string> make{"--make-crl", "--ca-cert",
-                                          DemoPki("regular/" + root + ".pem"), "--ca-key",
-                                          DemoPki("regular/" + root + ".key"), "--output", crl,
-                                          // still current at the latest time checked
-                                          "--days", "1200"};
-            for (const std::string& revoked : serials) {
-                make.insert(make.end(), {"--revoke", revoked});
-            }
-            EXPECT_TRUE(Succeeded(RunProgram(Program::Sign, make)));
-            crls.push_back(crl);
-            if (root == "tsa-root") {
-                pack.insert(pack.end(), {"--root", DemoPki("regular/tsa-root.pem")});
-            }
-        }
-        boost::filesystem::create_directories(Temp(name));
-        pack.insert(pack.end(), {"--output", (Temp(name) / "lumcrl.rdb").string()});
-        pack.insert(pack.end(), crls.begin(), crls.end());
-        EXPECT_TRUE(Succeeded(RunProgram(Program::Sign, pack)));
-        return Temp(name).string();
-    };
-    const std::string leaf = serial(DemoPki("regular/leaf.pem"));
-    const std::string tsa = serial(DemoPki("regular/tsa.pem"));
+    const std::string leaf = pki::Hierarchy::Load(DemoPki("regular")).leaf.SerialHex();
+    const std::string tsa =
+        pki::Certificate::FromPem(ReadFile(DemoPki("regular/tsa.pem"))).SerialHex();
 
     // TSA roots need no database; one they have applies to their TSAs.
-    EXPECT_TRUE(Succeeded(Check(Manifest(), 0, {"--crl", container("none", {}, {}, false)})));
-    EXPECT_TRUE(Succeeded(Check(Manifest(), 0, {"--crl", container("clean", {}, {}, true)})));
-    EXPECT_EQ(Flags(Check(Manifest(), 0, {"--crl", container("tsa", {}, {tsa}, true)}), Manifest()),
-              "|Signed|Revoked|");
+    EXPECT_TRUE(Succeeded(Check(Manifest(), 0, {"--crl", crls("none", {{"root", {}}})})));
+    EXPECT_TRUE(Succeeded(
+        Check(Manifest(), 0, {"--crl", crls("clean", {{"root", {}}, {"tsa-root", {}}})})));
+    EXPECT_EQ(
+        Flags(Check(Manifest(), 0, {"--crl", crls("tsa", {{"root", {}}, {"tsa-root", {tsa}}})}),
+              Manifest()),
+        "|Signed|Revoked|");
     // A revoked signer stays revoked, token or not, now and later.
-    const std::string revoked = container("leaf", {leaf}, {}, false);
+    const std::string revoked = crls("leaf", {{"root", {leaf}}});
     for (const int days : {0, 1095}) {
         EXPECT_THAT(Flags(Check(Manifest(), days, {"--crl", revoked}), Manifest()),
                     HasSubstr("|Revoked|"));

@@ -1,15 +1,8 @@
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
-#include <algorithm>
 #include <iterator>
 
 #include <boost/filesystem/operations.hpp>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <openssl/cms.h>
-#include <openssl/pem.h>
 #include <openssl/sha.h>
 #include <openssl/ts.h>
 
@@ -20,8 +13,7 @@
 #include "support/tsa.h"
 
 // Requests and replies come from stock `openssl ts`, and what the tool
-// embeds is read back with stock openssl; replies openssl can't be made to
-// write are built here with OpenSSL's library.
+// embeds is read back with stock openssl.
 
 namespace integrity_check_tool::test {
 namespace {
@@ -33,15 +25,7 @@ const std::string kContent = "<manifest>\r\n  <file path=\"bin/agent\"/>\n</mani
 template <class T, void (*Free)(T*)> struct Deleter {
     void operator()(T* p) const { Free(p); }
 };
-using CmsPtr = std::unique_ptr<CMS_ContentInfo, Deleter<CMS_ContentInfo, CMS_ContentInfo_free>>;
-using TsRespPtr = std::unique_ptr<TS_RESP, Deleter<TS_RESP, TS_RESP_free>>;
 using TsReqPtr = std::unique_ptr<TS_REQ, Deleter<TS_REQ, TS_REQ_free>>;
-using BioPtr = std::unique_ptr<BIO, Deleter<BIO, BIO_free_all>>;
-
-std::string Text(const Blob& bytes)
-{
-    return {bytes.begin(), bytes.end()};
-}
 
 std::string Hex(const unsigned char* bytes, std::size_t size)
 {
@@ -67,66 +51,9 @@ std::vector<std::string> EmbeddedTokens(const std::string& file)
 {
     std::vector<std::string> tokens;
     for (const Blob& token : pki::EmbeddedTokens(pki::ToBlob(file))) {
-        tokens.push_back(Text(token));
+        tokens.push_back(pki::ToText(token));
     }
     return tokens;
-}
-
-/// DER of a SEQUENCE holding `body`.
-std::string Sequence(const std::string& body)
-{
-    std::string length;
-    if (body.size() < 0x80) {
-        length = std::string(1, static_cast<char>(body.size()));
-    } else {
-        for (std::size_t rest = body.size(); rest != 0; rest >>= 8) {
-            length.insert(length.begin(), static_cast<char>(rest & 0xFF));
-        }
-        length.insert(length.begin(), static_cast<char>(0x80 | length.size()));
-    }
-    return "\x30" + length + body;
-}
-
-std::string ToPem(const pki::Certificate& certificate)
-{
-    const BioPtr bio(BIO_new(BIO_s_mem()));
-    PEM_write_bio_X509(bio.get(), certificate.get());
-    char* data = nullptr;
-    const long size = BIO_get_mem_data(bio.get(), &data);
-    return std::string(data, static_cast<std::size_t>(size));
-}
-
-std::string ToPem(const pki::Key& key)
-{
-    const BioPtr bio(BIO_new(BIO_s_mem()));
-    PEM_write_bio_PrivateKey(bio.get(), key.get(), nullptr, nullptr, 0, nullptr, nullptr);
-    char* data = nullptr;
-    const long size = BIO_get_mem_data(bio.get(), &data);
-    return std::string(data, static_cast<std::size_t>(size));
-}
-
-/// A granted reply with the TSTInfo of `reply` signed by `certificate`:
-/// `openssl ts -reply` signs only with proper time-stamping certificates.
-std::string ResignedReply(const std::string& reply, const pki::Certificate& certificate,
-                          const pki::Key& key)
-{
-    const auto* cursor = reinterpret_cast<const unsigned char*>(reply.data());
-    const TsRespPtr parsed(d2i_TS_RESP(nullptr, &cursor, static_cast<long>(reply.size())));
-    unsigned char* info = nullptr;
-    const int infoSize = parsed ? i2d_TS_TST_INFO(TS_RESP_get_tst_info(parsed.get()), &info) : -1;
-    EXPECT_GT(infoSize, 0);
-    const BioPtr content(BIO_new_mem_buf(info, infoSize));
-    const CmsPtr cms(CMS_sign(certificate.get(), key.get(), nullptr, nullptr,
-                              CMS_BINARY | CMS_PARTIAL | CMS_NOSMIMECAP));
-    EXPECT_EQ(CMS_set1_eContentType(cms.get(), OBJ_nid2obj(NID_id_smime_ct_TSTInfo)), 1);
-    EXPECT_EQ(CMS_final(cms.get(), content.get(), nullptr, CMS_BINARY), 1);
-    OPENSSL_free(info);
-    unsigned char* token = nullptr;
-    const int tokenSize = i2d_CMS_ContentInfo(cms.get(), &token);
-    const std::string tokenDer(reinterpret_cast<const char*>(token),
-                               static_cast<std::size_t>(std::max(tokenSize, 0)));
-    OPENSSL_free(token);
-    return Sequence(Sequence(std::string("\x02\x01\x00", 3)) + tokenDer);
 }
 
 class TimestampTest : public ::testing::Test {
@@ -175,7 +102,7 @@ protected:
             << "the signature is kept";
 
         const Path der = scratch_ / "embedded.der";
-        WriteFile(der, Text(pki::SignatureDer(pki::ToBlob(bytes))));
+        WriteFile(der, pki::ToText(pki::SignatureDer(pki::ToBlob(bytes))));
         WriteFile(scratch_ / "content", kContent);
         const ProcessResult verified =
             RunOpenSsl({"cms", "-verify", "-binary", "-inform", "DER", "-in", der.string(),
@@ -290,16 +217,9 @@ TEST_F(TimestampTest, UrlAsksTheAuthorityOverHttp)
     ExpectStamped(file_, tokens[0]);
     signed_ = ReadFile(file_);
 
-    // A port nobody listens on: bound, then released.
-    const int probe = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof address;
-    ASSERT_EQ(::bind(probe, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-    ASSERT_EQ(::getsockname(probe, reinterpret_cast<sockaddr*>(&address), &length), 0);
-    ::close(probe);
-    const std::string closed = "http://127.0.0.1:" + std::to_string(ntohs(address.sin_port)) + "/";
+    const int port = FreeLoopbackPort();
+    ASSERT_NE(port, 0);
+    const std::string closed = "http://127.0.0.1:" + std::to_string(port) + "/";
 
     ExpectRefused({"--tsa-url", closed, file_.string()},
                   "Can't reach time-stamping authority " + closed + ": ");
@@ -312,22 +232,21 @@ TEST_F(TimestampTest, UrlAsksTheAuthorityOverHttp)
                   "sent a reply larger than 1048576 bytes");
 }
 
-// Every refusal names its reason, fails, and leaves the signed file as it was.
+// Every refusal names its reason, fails, and leaves the signed file as it
+// was. Replies of TSAs the checker distrusts are refused in its end-to-end
+// time-stamp tests, which embed them anyway.
 TEST_F(TimestampTest, RefusalsNameTheProblemAndChangeNothing)
 {
     const auto path = [this](const char* name) { return (scratch_ / name).string(); };
     const std::string file = file_.string();
     const std::string output = (dir_ / "out.xml").string();
 
-    // The file's request and the demo TSA's reply, a second request for the
-    // same signature, and a request for another file's signature.
+    // The file's request and the demo TSA's reply, and a second request for
+    // the same signature.
     Query(file_, path("query.tsq"));
     Reply(path("query.tsq"), path("reply.tsr"));
     const std::string reply = ReadFile(path("reply.tsr"));
     Query(file_, path("again.tsq"));
-    Sign(scratch_ / "other.xml");
-    Query(scratch_ / "other.xml", path("other.tsq"));
-    Reply(path("other.tsq"), path("other.tsr"));
 
     // A request without nonce for the same imprint.
     ASSERT_EQ(RunOpenSsl({"ts", "-query", "-digest", Imprint(signed_), "-sha256", "-no_nonce",
@@ -342,40 +261,6 @@ TEST_F(TimestampTest, RefusalsNameTheProblemAndChangeNothing)
               0);
     Reply(path("no-cert.tsq"), path("no-cert.tsr"));
 
-    // TSA certificates the checker would not accept: from the demo TSA root
-    // without the timeStamping usage, or with it but not critical, and a
-    // proper one under a root no build trusts.
-    const auto tsaRoot = pki::Certificate::FromPem(ReadFile(Demo("regular/tsa-root.pem")));
-    const auto tsaRootKey = pki::Key::FromPem(ReadFile(Demo("regular/tsa-root.key")));
-    const pki::Key key = pki::Key::Generate();
-    pki::CertificateOptions options;
-    options.commonName = "Code Signing Not Stamping";
-    options.keyUsage = "critical,digitalSignature,nonRepudiation";
-    WriteFile(path("codesigning.tsr"),
-              ResignedReply(reply, pki::IssueCertificate(options, key, &tsaRoot, tsaRootKey), key));
-    options.commonName = "Stamping Not Critical";
-    options.extendedKeyUsage = "timeStamping";
-    WriteFile(path("noncritical.tsr"),
-              ResignedReply(reply, pki::IssueCertificate(options, key, &tsaRoot, tsaRootKey), key));
-
-    pki::CertificateOptions rootOptions;
-    rootOptions.commonName = "Stranger TSA Root";
-    rootOptions.basicConstraints = "critical,CA:TRUE";
-    rootOptions.keyUsage = "critical,keyCertSign,cRLSign";
-    rootOptions.extendedKeyUsage = "";
-    const pki::Key strangerKey = pki::Key::Generate();
-    const auto strangerRoot = pki::IssueCertificate(rootOptions, strangerKey, nullptr, strangerKey);
-    options.commonName = "Stranger TSA";
-    options.extendedKeyUsage = "critical,timeStamping";
-    WriteFile(path("stranger.pem"),
-              ToPem(pki::IssueCertificate(options, key, &strangerRoot, strangerKey)));
-    WriteFile(path("stranger.key"), ToPem(key));
-    const TempDir strangerDir;
-    ASSERT_EQ(tsa::OpenSslTsa(strangerDir.path(), path("stranger.pem"), path("stranger.key"))
-                  .Reply(path("query.tsq"), path("stranger.tsr"))
-                  .exitStatus,
-              0);
-
     // A TSA that takes SHA-512 imprints only rejects ours.
     const TempDir pickyDir;
     ASSERT_EQ(
@@ -388,9 +273,6 @@ TEST_F(TimestampTest, RefusalsNameTheProblemAndChangeNothing)
     std::string forged = reply;
     forged.back() = static_cast<char>(forged.back() ^ 0x01);
     WriteFile(path("forged.tsr"), forged);
-    std::vector<std::string> tomorrow = tsa_.ReplyCommand(path("query.tsq"), path("tomorrow.tsr"));
-    tomorrow.insert(tomorrow.begin(), {"faketime", "-f", "+1d"});
-    ASSERT_EQ(RunHostProcess(tomorrow, scratch_.path().string()).exitStatus, 0);
     WriteFile(path("garbage.tsr"), "not a reply");
 
     // Files no token can go into.
@@ -409,20 +291,13 @@ TEST_F(TimestampTest, RefusalsNameTheProblemAndChangeNothing)
         std::string message;
         Arguments arguments;
     } cases[] = {
-        {"is not for the signature of " + file, embed("other.tsr")},
         {"does not answer request " + path("again.tsq") + ": its nonce differs",
          embed("reply.tsr", {"--tsa-query", path("again.tsq")})},
         {"carries no nonce", embed("no-nonce.tsr", {"--tsa-query", path("query.tsq")})},
         {"does not carry the TSA certificate", embed("no-cert.tsr")},
-        {"\"CN=Code Signing Not Stamping\" lacks the critical timeStamping",
-         embed("codesigning.tsr")},
-        {"\"CN=Stamping Not Critical\" lacks the critical timeStamping", embed("noncritical.tsr")},
-        {"\"CN=Stranger TSA\" does not chain to a trusted time-stamping root",
-         embed("stranger.tsr")},
         {"is not granted: status rejection (2): Message digest algorithm is not supported.",
          embed("rejected.tsr")},
         {"Time-stamp token of " + path("forged.tsr") + " does not verify", embed("forged.tsr")},
-        {"in the future", embed("tomorrow.tsr")},
         {"Can't read time-stamp reply " + path("garbage.tsr"), embed("garbage.tsr")},
         {path("unsigned.xml") + " has no lum signature",
          {"--tsa-query", output, path("unsigned.xml")}},

@@ -6,6 +6,7 @@
 
 #include <lum/format.h>
 #include <openssl/bio.h>
+#include <openssl/bn.h>
 #include <openssl/cms.h>
 #include <openssl/err.h>
 #include <openssl/evp.h>
@@ -13,6 +14,8 @@
 #include <openssl/rsa.h>
 #include <openssl/x509.h>
 #include <openssl/x509v3.h>
+
+#include "support/temp_dir.h"
 
 namespace integrity_check_tool::test::pki {
 
@@ -143,6 +146,18 @@ std::string Certificate::ToPem() const
     const BioPtr bio(Check(BIO_new(BIO_s_mem()), "BIO_new"), BIO_free);
     Check(PEM_write_bio_X509(bio.get(), certificate.get()), "PEM_write_bio_X509");
     return BioText(*bio);
+}
+
+std::string Certificate::SerialHex() const
+{
+    const std::unique_ptr<BIGNUM, decltype(&BN_free)> serial(
+        Check(ASN1_INTEGER_to_BN(X509_get0_serialNumber(certificate.get()), nullptr),
+              "ASN1_INTEGER_to_BN"),
+        BN_free);
+    char* hex = Check(BN_bn2hex(serial.get()), "BN_bn2hex");
+    const std::string text = hex;
+    OPENSSL_free(hex);
+    return text;
 }
 
 CertificateOptions LeafOptions(const std::string& commonName, std::uint64_t serial)
@@ -340,6 +355,16 @@ Blob EmbedToken(std::span<const std::uint8_t> signedFile, std::span<const std::u
     return file;
 }
 
+Hierarchy Hierarchy::Load(const std::string& directory)
+{
+    const auto key = [&](const char* name) { return Key::FromPem(ReadFile(directory + name)); };
+    const auto cert = [&](const char* name) {
+        return Certificate::FromPem(ReadFile(directory + name));
+    };
+    return {key("/root.key"),   cert("/root.pem"), key("/inter.key"),
+            cert("/inter.pem"), key("/leaf.key"),  cert("/leaf.pem")};
+}
+
 Hierarchy Hierarchy::Make(const std::string& name, std::uint64_t firstSerial)
 {
     Hierarchy made{Key::Generate(), {}, Key::Generate(), {}, Key::Generate(), {}};
@@ -424,6 +449,22 @@ std::vector<Signer> PolicyBreakingSigners(const Hierarchy& hierarchy)
 Blob ToBlob(std::string_view text)
 {
     return Blob(text.begin(), text.end());
+}
+
+std::string Tlv(std::uint8_t tag, const std::string& content)
+{
+    std::string length;
+    for (std::size_t n = content.size(); n != 0; n >>= 8) {
+        length.insert(length.begin(), static_cast<char>(n & 0xFF));
+    }
+    length = content.size() < 0x80 ? std::string(1, static_cast<char>(content.size()))
+                                   : static_cast<char>(0x80 | length.size()) + length;
+    return static_cast<char>(tag) + length + content;
+}
+
+std::string ToText(std::span<const std::uint8_t> bytes)
+{
+    return {bytes.begin(), bytes.end()};
 }
 
 }  // namespace integrity_check_tool::test::pki

@@ -40,6 +40,8 @@ struct Certificate {
     X509* get() const noexcept { return certificate.get(); }
     Blob ToDer() const;
     std::string ToPem() const;
+    /// The serial number in upper-case hexadecimal, as integrity_sign --revoke takes it.
+    std::string SerialHex() const;
 
     std::shared_ptr<X509> certificate;
 };
@@ -125,6 +127,8 @@ struct Hierarchy {
 
     /// `name` prefixes the common names ("<name> Root", ...).
     static Hierarchy Make(const std::string& name, std::uint64_t firstSerial);
+    /// Reads root, inter and leaf .key and .pem from `directory`.
+    static Hierarchy Load(const std::string& directory);
     /// A leaf under this hierarchy's intermediate with the given options.
     Certificate IssueLeaf(const CertificateOptions& options, const Key& key) const;
     /// `content` signed by the leaf, with the intermediate in the chain.
@@ -151,5 +155,9 @@ std::vector<Signer> PolicyBreakingSigners(const Hierarchy& hierarchy);
 
 /// The bytes of `text`, for content built from string literals.
 Blob ToBlob(std::string_view text);
+/// DER of an element: `tag`, definite length, `content`.
+std::string Tlv(std::uint8_t tag, const std::string& content);
+/// `bytes` as a string, for files written from built content.
+std::string ToText(std::span<const std::uint8_t> bytes);
 
 }  // namespace integrity_check_tool::test::pki

@@ -25,6 +25,10 @@ ProcessResult RunProcess(const std::string& program, const std::vector<std::stri
 ProcessResult RunHostProcess(std::vector<std::string> command,
                              const std::string& workingDirectory = {});
 
+/// A TCP port on the loopback interface that nobody listens on right now;
+/// 0 when none could be had.
+int FreeLoopbackPort();
+
 /// The emulator command of a cross build, empty natively.
 std::vector<std::string> EmulatorCommand();
 

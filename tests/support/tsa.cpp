@@ -11,6 +11,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "support/pki.h"
 #include "support/temp_dir.h"
 
 extern char** environ;
@@ -130,6 +131,11 @@ std::vector<std::string> OpenSslTsa::ReplyCommand(const Path& query, const Path&
 ProcessResult OpenSslTsa::Reply(const Path& query, const Path& reply) const
 {
     return RunHostProcess(ReplyCommand(query, reply));
+}
+
+std::string GrantedReply(const std::string& token)
+{
+    return pki::Tlv(0x30, pki::Tlv(0x30, std::string("\x02\x01\x00", 3)) + token);
 }
 
 ProcessResult ExtractToken(const Path& reply, const Path& token)

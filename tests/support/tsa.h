@@ -38,6 +38,10 @@ private:
 /// -reply -token_out` does.
 ProcessResult ExtractToken(const Path& reply, const Path& token);
 
+/// The DER of a granted reply carrying `token`, for tokens `openssl ts
+/// -reply` won't sign.
+std::string GrantedReply(const std::string& token);
+
 /// An HTTP TSA on 127.0.0.1 (python3 on a free port, answering each POST
 /// with `tsa`'s reply), stopped with the object. Its files go to `dir`,
 /// which must outlive it. It also stops when the test process dies, and
