@@ -1,6 +1,7 @@
 #include "utils/atomic_file.h"
 
 #include <fcntl.h>
+#include <pthread.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -66,6 +67,28 @@ void InstallSignalCleanup()
     (void)installed;
 }
 
+/// Creates `path` exclusively and hands it to the signal handler in one
+/// step: a termination request arriving in between would otherwise leave
+/// the new file behind. Returns the descriptor, or -1 with errno set.
+int CreateAnnounced(const Path& path)
+{
+    sigset_t cleanup;
+    sigemptyset(&cleanup);
+    for (const int signalNumber : {SIGINT, SIGTERM, SIGHUP}) {
+        sigaddset(&cleanup, signalNumber);
+    }
+    sigset_t previous;
+    ::pthread_sigmask(SIG_BLOCK, &cleanup, &previous);
+    const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    const int error = errno;
+    if (fd >= 0) {
+        pendingTemporary.store(path.c_str());
+    }
+    ::pthread_sigmask(SIG_SETMASK, &previous, nullptr);
+    errno = error;
+    return fd;
+}
+
 }  // namespace
 
 AtomicFile::AtomicFile(Path target) : target_(std::move(target))
@@ -74,7 +97,7 @@ AtomicFile::AtomicFile(Path target) : target_(std::move(target))
     const Path directory = target_.has_parent_path() ? target_.parent_path() : Path(".");
     for (int attempt = 0; attempt < 16 && !stream_; ++attempt) {
         temporary_ = directory / ("." + target_.filename().string() + ".tmp" + RandomSuffix());
-        const int fd = ::open(temporary_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+        const int fd = CreateAnnounced(temporary_);
         if (fd < 0) {
             if (errno == EEXIST) {
                 continue;
@@ -87,11 +110,11 @@ AtomicFile::AtomicFile(Path target) : target_(std::move(target))
         const zel::Result result =
             zel::FileIO::Open(temporary_.string(), zel::OpenMode::CreateAlways, stream);
         if (zel::Failed(result)) {
+            pendingTemporary.store(nullptr);
             ::unlink(temporary_.c_str());
             ICT_THROW(kWriteFailed, target_.string(), zel::ResultMessage(result));
         }
         stream_ = stream;
-        pendingTemporary.store(temporary_.c_str());
     }
     if (!stream_) {
         ICT_THROW(kWriteFailed, target_.string(), "no free temporary name");
