@@ -45,7 +45,7 @@ ISigner::Verdict FileSigner::Sign(const SignOptions& options) const
     Blob signedFile(content.begin(), content.end());
     const Blob signature = signer_.Sign(content, FileNameOf(target));
     signedFile.insert(signedFile.end(), signature.begin(), signature.end());
-    const ISigner::Verdict verdict = signer_.Check(options.file, target, signedFile);
+    ISigner::Verdict verdict = signer_.Check(options.file, target, signedFile);
 
     AtomicFile output(target);
     output.Write(AsChars(signedFile));

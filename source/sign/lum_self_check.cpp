@@ -75,7 +75,7 @@ struct Failure {
 
 }  // namespace
 
-LumSelfCheck::LumSelfCheck(std::vector<Path> roots, bool withFileName)
+LumSelfCheck::LumSelfCheck(const std::vector<Path>& roots, bool withFileName)
     : givenRoots_(!roots.empty()), withFileName_(withFileName)
 {
     for (const Path& path : roots) {

@@ -17,7 +17,7 @@ class LumSelfCheck final {
 public:
     /// `roots` are the --root files (empty: the compiled-in sets);
     /// `withFileName` is true for lum-with-filename.
-    LumSelfCheck(std::vector<Path> roots, bool withFileName);
+    LumSelfCheck(const std::vector<Path>& roots, bool withFileName);
 
     /// Checks `signedFile`, FILE signed with `leaf` and about to be written
     /// to `target`; returns the line naming the roots it chains to. Throws
