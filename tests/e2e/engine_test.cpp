@@ -237,8 +237,8 @@ TEST_F(EngineTest, FailedGenerationWritesNothing)
 }
 
 // A verbose run shows what passes or is filtered; failures go to the error
-// output and leave the entries after them checked. A filtered directory
-// counts once, not by its files.
+// output, each alternative's in turn, and leave the entries after them
+// checked. A filtered directory counts once, not by its files.
 TEST_F(EngineTest, VerboseRunReportsEveryEntry)
 {
     const std::string root = dir_.path().string();
@@ -247,8 +247,8 @@ TEST_F(EngineTest, VerboseRunReportsEveryEntry)
     WriteFile(dir_ / "lib/y", "");
     const std::string exists = "<Check type=\"Exists\"/>";
     WriteFile(dir_ / "m.xml",
-              "<Manifest><File path=\"%ProductRoot%/value\"><Check type=\"Value\" "
-              "value=\"Qg==\"/></File><File path=\"%ProductRoot%/gone\">" +
+              "<Manifest><File path=\"%ProductRoot%/value\"><Check type=\"Value\" value=\"Qg==\"/>"
+              "<Check type=\"Sha256\" value=\"AAAA\"/></File><File path=\"%ProductRoot%/gone\">" +
                   exists + "</File><File path=\"%ProductRoot%/present\">" + exists +
                   "</File><File path=\"/other\" arch=\"ARM32\">" + exists +
                   "</File><Files path=\"%ProductRoot%/lib\"><File path=\"x\" arch=\"ARM32\"/>"
@@ -264,7 +264,11 @@ TEST_F(EngineTest, VerboseRunReportsEveryEntry)
     const std::string failures =
         "file " + root + "/gone failed. Reason: Verification mismatch with 'Exists' checker. " +
         "Reason: File " + root + "/gone not exists.\n" + "file " + root +
-        "/value failed. Reason: Verification mismatch with 'Value' checker. " + "Reason: File " +
+        "/value failed. Reason: All checks failed:\n\tChecker [1]: Verification mismatch with "
+        "'Sha256' checker. Reason: File " +
+        root +
+        "/value has unexpected hash VZrq0IJk1XldOQlxjN0Fq9SVcuhP5VWQ7vMaiKCP3/0= != expected "
+        "AAAA\n\tChecker [2]: Verification mismatch with 'Value' checker. Reason: File " +
         root + "/value has unexpected value\n" +
         "registry value Ver failed. Reason: Registry not supported on this platform\n"
         "registry path HKLM\\Soft failed. Reason: Verification of registry path HKLM\\Soft "
@@ -273,7 +277,8 @@ TEST_F(EngineTest, VerboseRunReportsEveryEntry)
     EXPECT_EQ(result.err, failures + "FAILED\n");
     // The failures are repeated in the output as trace records.
     std::string out = std::regex_replace(
-        result.out, std::regex("^[0-9:.]+ [0-9]+ 300 .*\n", std::regex::multiline), "");
+        result.out, std::regex("^([0-9:.]+ [0-9]+ 300 |\tChecker ).*\n", std::regex::multiline),
+        "");
     EXPECT_EQ(out, "This utilty for internal testing only. Do not use it in production!\n\n"
                    "file /other filtered\ndirectory /dir filtered\n"
                    "registry path HKLM\\Other filtered\nfile " +
