@@ -32,6 +32,7 @@ protected:
         std::string config =
             "<Manifest productName=\"Demo\" productVersion=\"1.0\">\n"
             "  <Environment key=\"Bin\" value=\"%ProductRoot%/bin\"/>\n"
+            "  <Environment key=\"Bin\" value=\"C:\\bin\" os=\"Windows\"/>\n"
             "  <File path=\"%Bin%/agent\"><Check type=\"Sha256\"/>"
             "<Check type=\"Gost2012\"/></File>\n"
             "  <File path=\"%ProductRoot%/forbidden\"><Check type=\"NotExists\"/></File>\n"
