@@ -8,7 +8,6 @@
 #include "data_object/read_ahead.h"
 #include "hash/gost2012.h"
 #include "hash/sha256.h"
-#include "support/manifest_builder.h"
 #include "support/temp_dir.h"
 
 namespace integrity_check_tool::test {
@@ -70,19 +69,6 @@ TEST_F(ReadAheadTest, ServesItemsByIndexWithTheDigestsOfTheSerialPath)
         EXPECT_THROW(readAhead.Take(1), std::out_of_range);
         EXPECT_THROW(readAhead.Take(kFiles), std::out_of_range);
     }
-}
-
-// A read failure is kept until the digest is asked for, then thrown as the
-// serial path throws it.
-TEST_F(ReadAheadTest, ReadErrorsComeBackAsTheSerialPathThrowsThem)
-{
-    const std::string missing = (dir_ / "missing").string();
-    ReadAhead readAhead({{missing, CheckType::Sha256}, {dir_.path().string(), CheckType::Gost2012}},
-                        2);
-    const ContentDigest absent = readAhead.Take(0);
-    EXPECT_EQ(Refusal([&] { absent.Value(); }),
-              "Can't read or access file " + missing + ". Reason: No such file or directory");
-    EXPECT_THROW(readAhead.Take(1).Value(), Exception);
 }
 
 // Past 256 the count is capped; a setting that is no positive number means

@@ -1,3 +1,5 @@
+#include <regex>
+
 #include <boost/filesystem/operations.hpp>
 #include <gtest/gtest.h>
 
@@ -7,13 +9,14 @@ namespace integrity_check_tool::test {
 namespace {
 
 std::string Summary(const std::string& manifests, const std::string& files,
-                    const std::string& directories)
+                    const std::string& directories, const std::string& registries = "0 / 0 / 0",
+                    const std::string& values = "0 / 0 / 0")
 {
     return "===============================================>\nSummary( failed / skipped / "
            "succeeded ):\n"
            "\tManifests: " +
            manifests + "\n\tFiles: " + files + "\n\tDirectories: " + directories +
-           "\n\tRegistries: 0 / 0 / 0\n\tRegistry values: 0 / 0 / 0\n";
+           "\n\tRegistries: " + registries + "\n\tRegistry values: " + values + "\n";
 }
 
 /// An installed product: a few directories of small files, a generation
@@ -29,6 +32,7 @@ protected:
         std::string config =
             "<Manifest productName=\"Demo\" productVersion=\"1.0\">\n"
             "  <Environment key=\"Bin\" value=\"%ProductRoot%/bin\"/>\n"
+            "  <Environment key=\"Bin\" value=\"C:\\bin\" os=\"Windows\"/>\n"
             "  <File path=\"%Bin%/agent\"><Check type=\"Sha256\"/>"
             "<Check type=\"Gost2012\"/></File>\n"
             "  <File path=\"%ProductRoot%/forbidden\"><Check type=\"NotExists\"/></File>\n"
@@ -154,15 +158,134 @@ TEST_F(EngineTest, BrokenEntriesFailWithTheirOwnMessage)
     EXPECT_EQ(unknown.out.find("Summary"), std::string::npos);
 }
 
+// Values already given are kept and their files never opened, entries that
+// do not apply are kept as they are, a directory gains the files it lacks.
+TEST_F(EngineTest, GenerationFillsOnlyMissingValues)
+{
+    WriteFile(dir_ / "a", "abc");
+    WriteFile(dir_ / "c", "see");
+    WriteFile(dir_ / "lib/x", "x");
+    WriteFile(dir_ / "lib/f1", "1");
+    WriteFile(dir_ / "in.xml",
+              "<Manifest><File path=\"%ProductRoot%/a\"/>"
+              "<File path=\"%ProductRoot%/arm\" arch=\"ARM64\"/>"
+              "<File path=\"%ProductRoot%/b\"><Check type=\"Sha256\" value=\"a2VwdA==\"/></File>"
+              "<File path=\"%ProductRoot%/c\"><Check type=\"Exists\"/><Check type=\"Value\"/>"
+              "</File><Files path=\"%ProductRoot%/lib\"><File path=\"x\">"
+              "<Check type=\"Value\" value=\"b2xk\"/></File></Files></Manifest>");
+    const Path out = dir_ / "out.xml";
+    EXPECT_TRUE(
+        Succeeded(RunProgram(Program::CheckTool, {"-g", "-c", (dir_ / "in.xml").string(), "-m",
+                                                  out.string(), "--check-type", "Sha256"}),
+                  Summary("0 / 0 / 1", "0 / 1 / 5", "0 / 0 / 1")));
+    const std::string check = "\n        <Check type=";
+    EXPECT_EQ(std::regex_replace(ReadFile(out), std::regex(" generationDateTime=\"[^\"]+\""), ""),
+              "<Manifest>\n"
+              "    <File path=\"%ProductRoot%/a\">" +
+                  check +
+                  "\"Sha256\" value=\"ungWv48Bz+pBQUDeXa4iI7ADYaOWF3qctBD/YfIAFa0=\" />\n    "
+                  "</File>\n"
+                  "    <File arch=\"ARM64\" path=\"%ProductRoot%/arm\" />\n"
+                  "    <File path=\"%ProductRoot%/b\">" +
+                  check + "\"Sha256\" value=\"a2VwdA==\" />\n    </File>\n" +
+                  "    <File path=\"%ProductRoot%/c\">" + check + "\"Exists\" />" + check +
+                  "\"Value\" value=\"c2Vl\" />\n    </File>\n"
+                  "    <Files path=\"%ProductRoot%/lib\">\n"
+                  "        <File path=\"f1\">\n            <Check type=\"Sha256\" "
+                  "value=\"a4ayc/80/OGda4BO/1o/V0etpOqiLx1JwB5S3beHW0s=\" />\n        </File>\n"
+                  "        <File path=\"x\">\n            <Check type=\"Value\" value=\"b2xk\" "
+                  "/>\n        </File>\n    </Files>\n</Manifest>\n");
+}
+
+// One failing entry fails the manifest and nothing is written; the other
+// entries are still processed.
 TEST_F(EngineTest, FailedGenerationWritesNothing)
 {
-    WriteFile(dir_ / "bad.xml", "<Manifest><File path=\"" + (dir_ / "missing").string() +
-                                    "\"><Check type=\"Sha256\"/></File></Manifest>");
-    WriteFile(ManifestPath(), "previous");
-    EXPECT_TRUE(Failed(Generate(dir_ / "bad.xml"), "manifest " + ManifestPath().string() +
-                                                       " failed. Reason: Generation of manifest " +
-                                                       ManifestPath().string() + " failed"));
-    EXPECT_EQ(ReadFile(ManifestPath()), "previous");
+    WriteFile(Product() / "a", "");
+    const std::string root = Product().string();
+    const struct {
+        std::string entry;
+        std::string report;
+        std::string files;
+    } cases[] = {
+        {"<File path=\"%ProductRoot%/gone\"/>",
+         "file %ProductRoot%/gone failed. Reason: Can't read or access file " + root +
+             "/gone. Reason: No such file or directory\n",
+         "1 / 0 / 1"},
+        {"<Files path=\"%ProductRoot%/nodir\"/>",
+         "directory %ProductRoot%/nodir failed. Reason: Can't read or access file " + root +
+             "/nodir. Reason: No such file or directory\n",
+         "0 / 0 / 1"},
+        {"<Registry path=\"HKLM\\Soft\"><Value name=\"Ver\" type=\"REG_SZ\"/></Registry>",
+         "registry value Ver failed. Reason: Registry not supported on this platform\n"
+         "registry path HKLM\\Soft failed. Reason: Generation of registry path HKLM\\Soft "
+         "failed\n",
+         "0 / 0 / 1"},
+    };
+    const std::string manifest = ManifestPath().string();
+    for (const auto& [entry, report, files] : cases) {
+        WriteFile(dir_ / "bad.xml",
+                  "<Manifest><File path=\"%ProductRoot%/a\"/>" + entry + "</Manifest>");
+        WriteFile(ManifestPath(), "previous");
+        const ProcessResult result = Generate(dir_ / "bad.xml");
+        EXPECT_TRUE(Failed(result));
+        EXPECT_EQ(result.err, report + "manifest " + manifest +
+                                  " failed. Reason: Generation of manifest " + manifest +
+                                  " failed\nFAILED\n");
+        EXPECT_NE(result.out.find("\tFiles: " + files + "\n"), std::string::npos) << entry;
+        EXPECT_EQ(ReadFile(ManifestPath()), "previous");
+    }
+}
+
+// A verbose run shows what passes or is filtered; failures go to the error
+// output, each alternative's in turn, and leave the entries after them
+// checked. A filtered directory counts once, not by its files.
+TEST_F(EngineTest, VerboseRunReportsEveryEntry)
+{
+    const std::string root = dir_.path().string();
+    WriteFile(dir_ / "value", "A");
+    WriteFile(dir_ / "present", "");
+    WriteFile(dir_ / "lib/y", "");
+    const std::string exists = "<Check type=\"Exists\"/>";
+    WriteFile(dir_ / "m.xml",
+              "<Manifest><File path=\"%ProductRoot%/value\"><Check type=\"Value\" value=\"Qg==\"/>"
+              "<Check type=\"Sha256\" value=\"AAAA\"/></File><File path=\"%ProductRoot%/gone\">" +
+                  exists + "</File><File path=\"%ProductRoot%/present\">" + exists +
+                  "</File><File path=\"/other\" arch=\"ARM32\">" + exists +
+                  "</File><Files path=\"%ProductRoot%/lib\"><File path=\"x\" arch=\"ARM32\"/>"
+                  "<File path=\"y\">" +
+                  exists +
+                  "</File></Files><Files path=\"/dir\" arch=\"E2K64\"><File path=\"x\"/></Files>"
+                  "<Registry path=\"HKLM\\Soft\"><Value name=\"Ver\" type=\"REG_SZ\">" +
+                  exists +
+                  "</Value></Registry><Registry path=\"HKLM\\Other\" os=\"Windows\">"
+                  "<Value name=\"Ver\" type=\"REG_SZ\"/></Registry></Manifest>");
+    const ProcessResult result = RunProgram(
+        Program::Tester, {"--without-signature", "--verbose", (dir_ / "m.xml").string()});
+    const std::string failures =
+        "file " + root + "/gone failed. Reason: Verification mismatch with 'Exists' checker. " +
+        "Reason: File " + root + "/gone not exists.\n" + "file " + root +
+        "/value failed. Reason: All checks failed:\n\tChecker [1]: Verification mismatch with "
+        "'Sha256' checker. Reason: File " +
+        root +
+        "/value has unexpected hash VZrq0IJk1XldOQlxjN0Fq9SVcuhP5VWQ7vMaiKCP3/0= != expected "
+        "AAAA\n\tChecker [2]: Verification mismatch with 'Value' checker. Reason: File " +
+        root + "/value has unexpected value\n" +
+        "registry value Ver failed. Reason: Registry not supported on this platform\n"
+        "registry path HKLM\\Soft failed. Reason: Verification of registry path HKLM\\Soft "
+        "failed\nmanifest " +
+        root + "/m.xml failed. Reason: Verification of manifest " + root + "/m.xml failed\n";
+    EXPECT_EQ(result.err, failures + "FAILED\n");
+    // The failures are repeated in the output as trace records.
+    std::string out = std::regex_replace(
+        result.out, std::regex("^([0-9:.]+ [0-9]+ 300 |\tChecker ).*\n", std::regex::multiline),
+        "");
+    EXPECT_EQ(out, "This utilty for internal testing only. Do not use it in production!\n\n"
+                   "file /other filtered\ndirectory /dir filtered\n"
+                   "registry path HKLM\\Other filtered\nfile " +
+                       root + "/lib/x filtered\nfile " + root + "/present succeeded\nfile " + root +
+                       "/lib/y succeeded\ndirectory " + root + "/lib succeeded\n" +
+                       Summary("1 / 0 / 0", "2 / 2 / 2", "0 / 1 / 1", "1 / 1 / 0", "1 / 0 / 0"));
 }
 
 TEST_F(EngineTest, NormalizeCollapsesDuplicatesAndIsIdempotent)

@@ -49,16 +49,6 @@ TEST_F(Sha256Test, KnownAnswersWithFullAndShortReads)
     }
 }
 
-TEST_F(Sha256Test, HashesFromTheCurrentPositionWithoutRewinding)
-{
-    auto io = zel::MakeIntrusive<zel::MemoryIO>(Hex("ff616263"));
-    std::uint64_t position = 0;
-    ASSERT_EQ(io->Seek(1, zel::SeekOrigin::Begin, &position), zel::kOk);
-    EXPECT_EQ(HashOf(*hash_, io), "ungWv48Bz+pBQUDeXa4iI7ADYaOWF3qctBD/YfIAFa0=");
-    // The stream stays at its end.
-    EXPECT_EQ(HashOf(*hash_, io), "47DEQpj8HBSa+/TImW+5JCeuQeRkm5NMpJWZG3hSuFU=");
-}
-
 TEST_F(Sha256Test, StreamFailureThrowsWithTheStreamResult)
 {
     const zel::Result error = zel::ResultFromErrno(EIO);

@@ -4,9 +4,6 @@
 #include <zel/environment.h>
 
 #include "manifest/environment.h"
-#include "manifest/expand_visitor.h"
-#include "manifest/filter.h"
-#include "manifest/manifest.h"
 #include "support/manifest_builder.h"
 
 namespace integrity_check_tool {
@@ -74,29 +71,6 @@ TEST(EnvironmentTest, RefusalsNameTheVariable)
     EXPECT_EQ(environment.Expand("%Half%").size(), 3000u);
     const std::string longText(5000, 'p');
     EXPECT_EQ(environment.Expand(longText), longText) << "what is already long may stay so";
-}
-
-class LinuxOnly final : public IFilter {
-public:
-    bool IsFiltered(const Applicability& entry, std::string_view) const override
-    {
-        return entry.os && *entry.os != Os::Linux;
-    }
-};
-
-TEST(EnvironmentTest, VisitorStoresApplicableEntriesInOrderThenExpandsPaths)
-{
-    Manifest manifest;
-    EnvironmentInfo windows{{}, "Bin", "C:\\bin"};
-    windows.os = Os::Windows;
-    manifest.environments = {{{}, "Bin", "%ProductRoot%/bin"}, windows, {{}, "Lib", "%Bin%/lib"}};
-    manifest.files = {test::File("%Lib%/a"), test::File("%Unknown%/b")};
-
-    Environment environment = Make();
-    ExpandVariablesManifestVisitor visitor(environment, std::make_shared<LinuxOnly>());
-    manifest.Accept(visitor);
-    EXPECT_EQ(manifest.files[0].path, "%Unknown%/b");
-    EXPECT_EQ(manifest.files[1].path, "/a/b/bin/lib/a");
 }
 
 }  // namespace
