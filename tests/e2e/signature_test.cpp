@@ -236,7 +236,12 @@ TEST_F(SignatureTest, CertificateProblemsNameTheirFlags)
         pki::Key::Type key = pki::Key::Type::P256;
         const char* digest = "SHA256";
     } cases[] = {
-        {"expired", [](Options& o) { o.notBeforeDays = -30, o.notAfterDays = -1; }, "|Expired|"},
+        {"expired",
+         [](Options& o) {
+             o.notBeforeDays = -30;
+             o.notAfterDays = -1;
+         },
+         "|Expired|"},
         {"not yet valid", [](Options& o) { o.notBeforeDays = 2; }, "|Expired|"},
         {"no code signing", [](Options& o) { o.extendedKeyUsage = "serverAuth"; },
          "|InvalidPurpose|"},
