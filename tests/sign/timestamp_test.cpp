@@ -1,5 +1,6 @@
 #include <iterator>
 
+#include <boost/algorithm/hex.hpp>
 #include <boost/filesystem/operations.hpp>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -21,24 +22,13 @@ using ::testing::HasSubstr;
 
 const std::string kContent = "<manifest>\r\n  <file path=\"bin/agent\"/>\n</manifest>\n";
 
-std::string Hex(const unsigned char* bytes, std::size_t size)
-{
-    static constexpr char kDigits[] = "0123456789abcdef";
-    std::string text;
-    for (std::size_t i = 0; i < size; ++i) {
-        text += kDigits[bytes[i] >> 4];
-        text += kDigits[bytes[i] & 15];
-    }
-    return text;
-}
-
 /// SHA-256, hex, of the signer's signature value: the imprint of its tokens.
 std::string Imprint(const std::string& file)
 {
     const Blob value = pki::SignatureValue(pki::ToBlob(file));
     unsigned char digest[32];
     SHA256(value.data(), value.size(), digest);
-    return Hex(digest, sizeof digest);
+    return boost::algorithm::hex_lower(std::string(std::begin(digest), std::end(digest)));
 }
 
 std::vector<std::string> EmbeddedTokens(const std::string& file)
