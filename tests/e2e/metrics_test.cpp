@@ -1,15 +1,5 @@
 // The metrics file as the host's Prometheus tools see it: promtool checks
 // it, node_exporter's textfile collector serves it.
-#include <fcntl.h>
-#include <signal.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <chrono>
-#include <stdexcept>
-#include <thread>
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -17,43 +7,6 @@
 
 namespace integrity_check_tool::test {
 namespace {
-
-/// A host program running in the background until this object goes.
-class BackgroundProcess {
-public:
-    /// Starts `command` natively, its output to `log`.
-    BackgroundProcess(std::vector<std::string> command, const Path& log)
-    {
-        std::vector<char*> argv;
-        argv.reserve(command.size() + 1);
-        for (std::string& part : command) {
-            argv.push_back(part.data());
-        }
-        argv.push_back(nullptr);
-        posix_spawn_file_actions_t actions;
-        ::posix_spawn_file_actions_init(&actions);
-        ::posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, log.c_str(),
-                                           O_WRONLY | O_CREAT | O_TRUNC, 0600);
-        ::posix_spawn_file_actions_adddup2(&actions, STDOUT_FILENO, STDERR_FILENO);
-        const int spawned = ::posix_spawnp(&pid_, argv[0], &actions, nullptr, argv.data(), environ);
-        ::posix_spawn_file_actions_destroy(&actions);
-        if (spawned != 0) {
-            throw std::runtime_error("cannot start " + command.front());
-        }
-    }
-    ~BackgroundProcess()
-    {
-        ::kill(pid_, SIGTERM);
-        int status = 0;
-        while (::waitpid(pid_, &status, 0) < 0 && errno == EINTR) {
-        }
-    }
-    BackgroundProcess(const BackgroundProcess&) = delete;
-    BackgroundProcess& operator=(const BackgroundProcess&) = delete;
-
-private:
-    pid_t pid_ = 0;
-};
 
 /// Empty when `tool` is on the PATH, else what to do about it.
 std::string Missing(const std::string& tool, const std::string& package)
@@ -92,19 +45,17 @@ TEST(MetricsTest, NodeExporterServesTheMetricsFile)
     const int port = FreeLoopbackPort();
     ASSERT_NE(port, 0);
     const std::string address = "127.0.0.1:" + std::to_string(port);
-    const BackgroundProcess exporter(
-        {"prometheus-node-exporter", "--web.listen-address=" + address,
-         "--collector.disable-defaults", "--collector.textfile",
-         "--collector.textfile.directory=" + (dir / "textfile").string()},
-        dir / "exporter.log");
-    ProcessResult scrape;
-    for (int attempt = 0; attempt < 100; ++attempt) {
-        scrape = RunHostProcess({"curl", "-sf", "http://" + address + "/metrics"});
-        if (scrape.exitStatus == 0) {
-            break;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(100));
-    }
+    // The exporter lives for one scrape, retried until it listens.
+    const ProcessResult scrape = RunHostProcess(
+        {"sh", "-c",
+         "prometheus-node-exporter --web.listen-address=\"$0\" --collector.disable-defaults "
+         "--collector.textfile --collector.textfile.directory=\"$1\" >\"$2\" 2>&1 &\n"
+         "exporter=$! status=1\n"
+         "for attempt in $(seq 100); do\n"
+         "  if curl -sf \"http://$0/metrics\"; then status=0; break; fi; sleep 0.1\n"
+         "done\n"
+         "kill $exporter; exit $status",
+         address, (dir / "textfile").string(), (dir / "exporter.log").string()});
     ASSERT_EQ(scrape.exitStatus, 0) << ReadFile(dir / "exporter.log");
     const std::vector<std::string> lines = Lines(scrape.out);
     for (const std::string& sample : {

@@ -1,6 +1,7 @@
 // The report and the metrics of a verification, read back by Debian's
 // JSON Schema validator (python3-jsonschema, so /usr/bin/python3: another
 // python3 first on PATH would not see it).
+#include <boost/algorithm/hex.hpp>
 #include <boost/filesystem/operations.hpp>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -52,18 +53,6 @@ std::vector<std::string> Read(const Path& report)
     EXPECT_EQ(read.exitStatus, 0) << read.err << "\nreport:\n"
                                   << (boost::filesystem::exists(report) ? ReadFile(report) : "");
     return Lines(read.out);
-}
-
-std::string Hex(const std::string& bytes)
-{
-    static constexpr char kDigits[] = "0123456789abcdef";
-    std::string hex;
-    for (const char c : bytes) {
-        const auto byte = static_cast<unsigned char>(c);
-        hex += kDigits[byte >> 4];
-        hex += kDigits[byte & 0xF];
-    }
-    return hex;
 }
 
 /// Lines of `lines` that start with `prefix`, without it.
@@ -153,9 +142,12 @@ TEST_F(ReportTest, RecordsFollowTheConsoleWhateverTheThreads)
     // Every path comes back byte for byte, escaped or not valid UTF-8.
     const std::vector<std::string> paths = Tagged(lines, "PATH ");
     for (const std::string& name : kNames) {
-        EXPECT_THAT(paths, ::testing::Contains(Hex((Product() / "lib" / name).string()))) << name;
+        EXPECT_THAT(paths, ::testing::Contains(
+                               boost::algorithm::hex_lower((Product() / "lib" / name).string())))
+            << name;
     }
-    EXPECT_THAT(paths, ::testing::Contains(Hex((Product() / "elsewhere").string())));
+    EXPECT_THAT(paths, ::testing::Contains(
+                           boost::algorithm::hex_lower((Product() / "elsewhere").string())));
     const std::string raw = ReadFile(dir_ / "report1.jsonl");
     EXPECT_THAT(raw, ::testing::HasSubstr(R"(quote\"back\\slash)"));
     EXPECT_THAT(raw, ::testing::HasSubstr("bad\xef\xbf\xbd\xef\xbf\xbd"

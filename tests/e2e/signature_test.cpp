@@ -89,8 +89,12 @@ protected:
     std::string CrlDirectory(const std::string& name,
                              const std::vector<crypto::lum::RevocationDatabase>& databases) const
     {
-        WriteFile(dir_ / name / crypto::lum::kContainerName,
-                  pki::ToText(crypto::lum::BuildContainer(databases)));
+        return RawCrlDirectory(name, pki::ToText(crypto::lum::BuildContainer(databases)));
+    }
+    /// A CRL directory holding `container` as it stands.
+    std::string RawCrlDirectory(const std::string& name, const std::string& container) const
+    {
+        WriteFile(dir_ / name / crypto::lum::kContainerName, container);
         return (dir_ / name).string();
     }
 };
@@ -124,6 +128,11 @@ TEST_F(SignatureTest, DamagedSignedFilesAreRefused)
             << "byte " << offset;
     }
     // Broken framing is malformed content, found without reading out of bounds.
+    // The length of the CMS must end it exactly at the trailer.
+    std::string padded = signedFile.substr(0, trailerStart) + '\0';
+    const auto paddedTrailer =
+        crypto::lum::MakeTrailer(static_cast<std::uint32_t>(trailerStart - derStart + 1));
+    padded += std::string(paddedTrailer.begin(), paddedTrailer.end());
     const std::string magic(reinterpret_cast<const char*>(crypto::lum::kSignatureMagic.data()),
                             crypto::lum::kSignatureMagic.size());
     const std::pair<const char*, std::string> malformed[] = {
@@ -135,6 +144,10 @@ TEST_F(SignatureTest, DamagedSignedFilesAreRefused)
         {"cut inside the CMS",
          signedFile.substr(0, derStart + 40) + signedFile.substr(signedFile.size() - 12)},
         {"bytes after the signature", signedFile + "\x01garbage"},
+        {"a byte between the CMS and the trailer", padded},
+        {"content inside the CMS",
+         pki::ToText(pki::Hierarchy::Load(DemoPki("regular"))
+                         .Sign(pki::ToBlob(content_), {.detached = false}))},
     };
     for (const auto& [name, bytes] : malformed) {
         SCOPED_TRACE(name);
@@ -210,28 +223,53 @@ TEST_F(SignatureTest, UnsignedPartsPastTheirBoundsAreRefused)
     }
 }
 
+// Leaves under the demo intermediate, each with one fault, and the good
+// keys and digests besides the demo leaf's.
 TEST_F(SignatureTest, CertificateProblemsNameTheirFlags)
 {
     const pki::Hierarchy demo = pki::Hierarchy::Load(DemoPki("regular"));
+    using Options = pki::CertificateOptions;
     const struct {
         const char* name;
-        int notBefore;
-        int notAfter;
-        const char* extendedKeyUsage;
-        const char* flag;
-    } cases[] = {{"expired", -30, -1, "codeSigning", "|Expired|"},
-                 {"not yet valid", 2, 30, "codeSigning", "|Expired|"},
-                 {"no code signing", -1, 30, "serverAuth", "|InvalidPurpose|"}};
+        std::function<void(Options&)> edit;
+        const char* flag;  ///< none when the signature verifies
+        pki::Key::Type key = pki::Key::Type::P256;
+        const char* digest = "SHA256";
+    } cases[] = {
+        {"expired",
+         [](Options& o) {
+             o.notBeforeDays = -30;
+             o.notAfterDays = -1;
+         },
+         "|Expired|"},
+        {"not yet valid", [](Options& o) { o.notBeforeDays = 2; }, "|Expired|"},
+        {"no code signing", [](Options& o) { o.extendedKeyUsage = "serverAuth"; },
+         "|InvalidPurpose|"},
+        {"no extended key usage", [](Options& o) { o.extendedKeyUsage.clear(); },
+         "|InvalidPurpose|"},
+        {"no digitalSignature", [](Options& o) { o.keyUsage = "critical,keyEncipherment"; },
+         "|InvalidUsage|"},
+        {"unknown critical extension",
+         [](Options& o) {
+             o.extraExtensions.push_back({"1.3.6.1.4.1.32473.99", "critical,DER:05:00"});
+         },
+         "|UnconsumedCriticalExtension|"},
+        {"RSA key, SHA-512", [](Options&) {}, nullptr, pki::Key::Type::Rsa2048, "SHA512"},
+        {"SHA-384", [](Options&) {}, nullptr, pki::Key::Type::P256, "SHA384"},
+    };
     for (const auto& c : cases) {
-        pki::CertificateOptions options = pki::LeafOptions(c.name, 7000);
-        options.notBeforeDays = c.notBefore;
-        options.notAfterDays = c.notAfter;
-        options.extendedKeyUsage = c.extendedKeyUsage;
-        const pki::Key key = pki::Key::Generate();
+        SCOPED_TRACE(c.name);
+        Options options = pki::LeafOptions(c.name, 7000);
+        c.edit(options);
+        const pki::Key key = pki::Key::Generate(c.key);
         WriteFile(Manifest(),
                   pki::ToText(pki::SignLum(pki::ToBlob(content_), demo.IssueLeaf(options, key), key,
-                                           {demo.intermediate})));
-        EXPECT_THAT(Flags(Check(Manifest()), Manifest()), ::testing::HasSubstr(c.flag)) << c.name;
+                                           {demo.intermediate}, {.digest = c.digest})));
+        if (c.flag == nullptr) {
+            EXPECT_TRUE(Succeeded(Check(Manifest()), kSummaryOk));
+        } else {
+            EXPECT_THAT(Flags(Check(Manifest()), Manifest()), ::testing::HasSubstr(c.flag));
+        }
     }
 }
 
@@ -246,8 +284,22 @@ TEST_F(SignatureTest, WeakKeysAndSignaturesAndMisplacedCertificatesAreRefused)
         {"SHA-1 intermediate", "|Signed|RevocationCheckSkipped|InvalidCertificateSign|"},
         {"CA signer", "|Signed|RevocationCheckSkipped|InvalidBasicContraints|"},
         {"serverAuth intermediate", "|Signed|RevocationCheckSkipped|InvalidPurpose|"},
+        {"intermediate not a CA", "|Signed|RevocationCheckSkipped|InvalidBasicContraints|"},
     };
-    const auto signers = pki::PolicyBreakingSigners(pki::Hierarchy::Load(DemoPki("regular")));
+    const pki::Hierarchy demo = pki::Hierarchy::Load(DemoPki("regular"));
+    auto signers = pki::PolicyBreakingSigners(demo);
+    // May sign certificates by its key usage, but is no CA.
+    pki::CertificateOptions notCa = pki::LeafOptions("Not a CA", 170);
+    notCa.keyUsage = "critical,keyCertSign,digitalSignature";
+    const pki::Key notCaKey = pki::Key::Generate();
+    const pki::Certificate notCaCertificate =
+        pki::IssueCertificate(notCa, notCaKey, &demo.root, demo.rootKey);
+    const pki::Key key = pki::Key::Generate();
+    signers.push_back(
+        {"intermediate not a CA",
+         key,
+         pki::IssueCertificate(pki::LeafOptions("Signer", 171), key, &notCaCertificate, notCaKey),
+         {notCaCertificate}});
     ASSERT_EQ(signers.size(), expected.size());
     for (const pki::Signer& signer : signers) {
         SCOPED_TRACE(signer.name);
@@ -256,7 +308,6 @@ TEST_F(SignatureTest, WeakKeysAndSignaturesAndMisplacedCertificatesAreRefused)
         EXPECT_EQ(Flags(Check(Manifest()), Manifest()), expected.at(signer.name));
     }
     // Weak digests in the CMS itself, with the demo leaf.
-    const pki::Hierarchy demo = pki::Hierarchy::Load(DemoPki("regular"));
     for (const auto& [digest, signatureAlgorithm] :
          {std::pair{"SHA1", ""}, std::pair{"SHA256", "ecdsa-with-SHA1"}}) {
         SCOPED_TRACE(std::string(digest) + " " + signatureAlgorithm);
@@ -272,9 +323,11 @@ TEST_F(SignatureTest, RevokedLeafOrIntermediateFails)
 {
     ASSERT_TRUE(Succeeded(Sign("regular", Manifest())));
     const pki::Hierarchy demo = pki::Hierarchy::Load(DemoPki("regular"));
-    EXPECT_TRUE(Succeeded(
-        Check(Manifest(),
-              {"--crl", MakeDemoCrlDirectory(dir_ / "unrelated", {{"root", {"0123456789"}}})})));
+    // A serial revokes in its own hierarchy only.
+    EXPECT_TRUE(Succeeded(Check(
+        Manifest(), {"--crl", MakeDemoCrlDirectory(dir_ / "unrelated",
+                                                   {{"root", {"0123456789"}},
+                                                    {"tsa-root", {demo.leaf.SerialHex()}}})})));
     for (const pki::Certificate* revoked : {&demo.leaf, &demo.intermediate}) {
         const std::string serial = revoked->SerialHex();
         const std::string crl = MakeDemoCrlDirectory(dir_ / serial, {{"root", {"0123", serial}}});
@@ -292,32 +345,52 @@ TEST_F(SignatureTest, BadRevocationContainersStopTheCheck)
     const crypto::lum::RevocationDatabase good{demo.HierarchyId(), demo.Crl({})};
     const crypto::lum::RevocationDatabase alternativeOnly{alternative.HierarchyId(),
                                                           alternative.Crl({})};
+    const auto pack = [](const std::vector<crypto::lum::RevocationDatabase>& databases) {
+        return pki::ToText(crypto::lum::BuildContainer(databases));
+    };
+    Blob truncated = demo.Crl({});
+    truncated.pop_back();
+    const char* forged = "Failed to verify signature of revocation database.";
     const struct {
         const char* name;
-        std::vector<crypto::lum::RevocationDatabase> databases;
+        std::string container;
         Program program;
         const char* trace;
     } cases[] = {
-        {"duplicate", {good, good}, Program::Checker, "lumErrRdbAlreadyExists"},
+        {"duplicate", pack({good, good}), Program::Checker, "lumErrRdbAlreadyExists"},
         // A CRL in the root's name signed by another key.
-        {"forged",
-         {{demo.HierarchyId(), pki::MakeCrl(demo.root, alternative.rootKey, {})}},
-         Program::Checker,
-         "Failed to verify signature of revocation database."},
-        {"absent", {alternativeOnly}, Program::Tester, "lumErrRdbAbsent"},
+        {"forged", pack({{demo.HierarchyId(), pki::MakeCrl(demo.root, alternative.rootKey, {})}}),
+         Program::Checker, forged},
+        {"root's key, another issuer",
+         pack({{demo.HierarchyId(), pki::MakeCrl(demo.intermediate, demo.rootKey, {})}}),
+         Program::Checker, forged},
+        {"another root's CRL under its id", pack({{demo.HierarchyId(), alternative.Crl({})}}),
+         Program::Checker, forged},
+        {"absent", pack({alternativeOnly}), Program::Tester, "lumErrRdbAbsent"},
         // The root's own signature, under a digest too weak to trust.
         {"SHA-1",
-         {{demo.HierarchyId(), pki::MakeCrl(demo.root, demo.rootKey, {}, {.digest = "SHA1"})}},
-         Program::Checker,
-         "Failed to verify signature of revocation database."},
+         pack(
+             {{demo.HierarchyId(), pki::MakeCrl(demo.root, demo.rootKey, {}, {.digest = "SHA1"})}}),
+         Program::Checker, forged},
+        {"not a container", "LUMRDB01garbage", Program::Checker,
+         "Failed to load revocation databases container."},
+        {"truncated CRL", pack({{demo.HierarchyId(), truncated}}), Program::Checker,
+         "Failed to load revocation database."},
+        {"empty identifier", pack({{{}, demo.Crl({})}}), Program::Checker,
+         "Failed to get revocation databases identifier."},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         const ProcessResult result =
-            Check(Manifest(), {"--crl", CrlDirectory(c.name, c.databases)}, c.program);
+            Check(Manifest(), {"--crl", RawCrlDirectory(c.name, c.container)}, c.program);
         EXPECT_TRUE(Failed(result, "Can't create LUM verifier"));
         EXPECT_NE(result.out.find(c.trace), std::string::npos) << result.out;
     }
+    // Databases of roots no program knows are passed over.
+    const pki::Hierarchy unknown = pki::Hierarchy::Make("Unknown", 0x4001);
+    EXPECT_TRUE(Succeeded(Check(
+        Manifest(),
+        {"--crl", CrlDirectory("unknown", {{unknown.HierarchyId(), unknown.Crl({})}, good})})));
     // Both alternative roots covered: the tester accepts an alternative signature.
     pki::Hierarchy second = alternative;
     second.root = pki::Certificate::FromPem(ReadFile(DemoPki("alternative/root2.pem")));
@@ -445,6 +518,16 @@ TEST_F(SignatureTest, FileNameBindingFollowsTheSignatureType)
     EXPECT_TRUE(
         Failed(Check(renamed, bound), "Can't verify LUM signature of file " + renamed.string()));
     EXPECT_TRUE(Succeeded(Check(renamed, {"--signature-type", "lum"})));
+    // The name binds only under its own attribute.
+    const pki::Hierarchy demo = pki::Hierarchy::Load(DemoPki("regular"));
+    for (const std::string oid : {"", "1.3.6.1.4.1.32473.1800.1.1.2"}) {
+        WriteFile(Manifest(),
+                  pki::ToText(demo.Sign(
+                      pki::ToBlob(content_),
+                      {.fileNameAttribute = crypto::lum::FileNameToBmp("integrity_check.xml"),
+                       .fileNameOid = oid})));
+        EXPECT_EQ(Check(Manifest(), bound).exitStatus, oid.empty() ? 0 : 1) << oid;
+    }
     // Names that are not UTF-8 bind nothing: replacing their bad bytes
     // would let one signature cover "a\xff.xml" and "a\xfe.xml" alike.
     const Path bad = dir_ / "product/a\xff.xml";

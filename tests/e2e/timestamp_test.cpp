@@ -92,40 +92,24 @@ protected:
                                                  query.string(), file.string()})));
     }
 
-    /// A certificate and key made with openssl: issued by `issuer` (self-signed
-    /// when empty) with the extensions of `section` in extensions.cnf, signed
-    /// with `digest`.
-    void Issue(const std::string& name, const std::string& issuer, const std::string& section,
-               int days = 3650, const std::string& digest = "sha256") const
+    /// name.pem and name.key in the test directory: a certificate with
+    /// `options` for a new key, issued by the .pem and .key of `issuer`
+    /// (self-signed when empty).
+    void Issue(const std::string& name, const std::string& issuer,
+               pki::CertificateOptions options) const
     {
-        WriteFile(Temp("extensions.cnf"), "[tsa]\n"
-                                          "basicConstraints = critical, CA:FALSE\n"
-                                          "keyUsage = critical, digitalSignature\n"
-                                          "extendedKeyUsage = critical, timeStamping\n"
-                                          "[code]\n"
-                                          "basicConstraints = critical, CA:FALSE\n"
-                                          "keyUsage = critical, digitalSignature\n"
-                                          "extendedKeyUsage = codeSigning\n"
-                                          "[loose]\n"
-                                          "basicConstraints = critical, CA:FALSE\n"
-                                          "keyUsage = critical, digitalSignature\n"
-                                          "extendedKeyUsage = timeStamping\n"
-                                          "[ca]\n"
-                                          "basicConstraints = critical, CA:TRUE\n"
-                                          "keyUsage = critical, keyCertSign, cRLSign\n");
-        Host({"openssl", "genpkey", "-algorithm", "EC", "-pkeyopt", "ec_paramgen_curve:P-256",
-              "-out", name + ".key"});
+        options.commonName = name;
+        const pki::Key key = pki::Key::Generate();
+        pki::Certificate certificate;
         if (issuer.empty()) {
-            Host({"openssl", "req", "-new", "-x509", "-key", name + ".key", "-subj", "/CN=" + name,
-                  "-days", std::to_string(days), "-config", "extensions.cnf", "-extensions",
-                  section, "-out", name + ".pem"});
-            return;
+            certificate = pki::IssueCertificate(options, key, nullptr, key);
+        } else {
+            const auto issuerCertificate = pki::Certificate::FromPem(ReadFile(issuer + ".pem"));
+            certificate = pki::IssueCertificate(options, key, &issuerCertificate,
+                                                pki::Key::FromPem(ReadFile(issuer + ".key")));
         }
-        Host({"openssl", "req", "-new", "-key", name + ".key", "-subj", "/CN=" + name, "-out",
-              name + ".csr"});
-        Host({"openssl", "x509", "-req", "-in", name + ".csr", "-CA", issuer + ".pem", "-CAkey",
-              issuer + ".key", "-CAcreateserial", "-" + digest, "-days", std::to_string(days),
-              "-extfile", "extensions.cnf", "-extensions", section, "-out", name + ".pem"});
+        WriteFile(Temp(name + ".pem"), certificate.ToPem());
+        WriteFile(Temp(name + ".key"), key.ToPem());
     }
 
     ProcessResult Check(const Path& file, int days = 0, std::vector<std::string> extra = {}) const
@@ -138,9 +122,9 @@ protected:
 TEST_F(TimestampTest, TokenKeepsTheManifestValidAfterTheLeafExpires)
 {
     // A leaf that lives two days, as the demo intermediate issues it.
-    Host({"cp", DemoPki("regular/inter.pem"), "inter.pem"});
-    Host({"cp", DemoPki("regular/inter.key"), "inter.key"});
-    Issue("short", "inter", "code", 2);
+    pki::CertificateOptions shortLived = pki::LeafOptions("short", 4200);
+    shortLived.notAfterDays = 2;
+    Issue("short", DemoPki("regular/inter"), shortLived);
     const Path stamped = dir_ / "product/stamped.xml";
     WriteFile(stamped, content_);
     Sign(Manifest(), Temp("short.pem").string(), Temp("short.key").string());
@@ -179,13 +163,18 @@ TEST_F(TimestampTest, TokenKeepsTheManifestValidAfterTheLeafExpires)
 
 TEST_F(TimestampTest, TokensThatDoNotHoldRefuseTheManifest)
 {
-    Host({"cp", DemoPki("regular/tsa-root.pem"), "tsa-root.pem"});
-    Host({"cp", DemoPki("regular/tsa-root.key"), "tsa-root.key"});
-    Issue("foreign-root", "", "ca");
-    Issue("foreign", "foreign-root", "tsa");
-    Issue("no-usage", "tsa-root", "code");
-    Issue("loose", "tsa-root", "loose");
-    Issue("sha1", "tsa-root", "tsa", 3650, "sha1");
+    const std::string root = DemoPki("regular/tsa-root");
+    const pki::CertificateOptions tsa{.serial = 4201, .extendedKeyUsage = "critical,timeStamping"};
+    pki::CertificateOptions sha1 = tsa;
+    sha1.digest = "SHA1";
+    Issue("foreign-root", "",
+          {.basicConstraints = "critical,CA:TRUE",
+           .keyUsage = "critical,keyCertSign,cRLSign",
+           .extendedKeyUsage = ""});
+    Issue("foreign", Temp("foreign-root").string(), tsa);
+    Issue("no-usage", root, pki::LeafOptions("", 4202));
+    Issue("loose", root, {.serial = 4203, .extendedKeyUsage = "timeStamping"});
+    Issue("sha1", root, sha1);
     Sign(Manifest(), DemoPki("regular/leaf.pem"), DemoPki("regular/leaf.key"));
     const std::string signedFile = ReadFile(Manifest());
     const Path query = StockQuery(Manifest(), "good");

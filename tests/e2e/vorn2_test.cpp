@@ -2,6 +2,8 @@
 // the GOST engine) signs, the checker and the tester verify against their
 // compiled-in key sets.
 
+#include <tuple>
+
 #include <gtest/gtest.h>
 
 #include "program.h"
@@ -72,6 +74,39 @@ TEST_F(Vorn2Test, StockOpenSslRecordVerifies)
     ASSERT_TRUE(Succeeded(RunHostProcess({"sh", "-c", kOpenSslRecipe}, dir_.path().string())));
     WriteFile(Manifest(), ReadFile(dir_ / "manifest.signed.xml"));
     EXPECT_TRUE(Succeeded(Check(), kSummaryOk));
+}
+
+// Both ways round: a key openssl made signs here and openssl verifies the
+// record's s || r; a key made here gives openssl the same public key.
+TEST_F(Vorn2Test, KeysAndSignaturesCrossWithStockOpenSsl)
+{
+    if (RunHostProcess({"openssl", "engine", "gost"}).exitStatus != 0) {
+        GTEST_SKIP() << "the GOST engine for OpenSSL is not installed";
+    }
+    // The 256-bit engine set "A" is the TC26 B curve under its older OID.
+    for (const auto& [bits, theirs, ours] : {std::tuple{"256", "A", "D"}, {"512", "C", "A"}}) {
+        SCOPED_TRACE(bits);
+        const auto host = [&](const std::string& script) {
+            return Succeeded(
+                RunHostProcess({"sh", "-ec", script, bits, theirs, ours}, dir_.path().string()));
+        };
+        ASSERT_TRUE(host("openssl genpkey -engine gost -algorithm gost2012_$0 -pkeyopt "
+                         "paramset:$1 -out their.key\n"
+                         "openssl pkey -engine gost -in their.key -pubout -out their.pub"));
+        SignManifest((dir_ / "their.key").string());
+        WriteFile(dir_ / "content", content_);
+        EXPECT_TRUE(host("n=$(($0 / 4)); tail -c $((n + 12)) '" + Manifest().string() +
+                         "' | head -c $n >record.sig\n"
+                         "openssl dgst -engine gost -md_gost12_$0 -verify their.pub "
+                         "-signature record.sig content"));
+
+        ASSERT_TRUE(Succeeded(
+            RunProgram(Program::Sign,
+                       {"--gen-key", std::string("gost") + bits, "--paramset", ours, "--output",
+                        (dir_ / "ours.key").string(), "--pubout", (dir_ / "ours.pub").string()})));
+        EXPECT_TRUE(host("openssl pkey -engine gost -in ours.key -pubout | cmp - ours.pub\n"
+                         "rm ours.key ours.pub"));
+    }
 }
 
 }  // namespace

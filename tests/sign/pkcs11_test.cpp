@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include "sign_tool.h"
+#include "support/pki.h"
 #include "support/process.h"
 #include "support/temp_dir.h"
 
@@ -54,19 +55,11 @@ protected:
 
         // An RSA-2048 code-signing leaf under the demo intermediate.
         const std::string rsaKey = (token_ / "rsa.key").string();
-        const std::string request = (token_ / "rsa.csr").string();
-        const std::string extensions = (token_ / "leaf.ext").string();
-        WriteFile(extensions, "basicConstraints=critical,CA:FALSE\n"
-                              "keyUsage=critical,digitalSignature\n"
-                              "extendedKeyUsage=codeSigning\n");
-        Host({"openssl", "genpkey", "-algorithm", "RSA", "-pkeyopt", "rsa_keygen_bits:2048", "-out",
-              rsaKey});
-        Host({"openssl", "req", "-new", "-key", rsaKey, "-subj", "/O=Integrity Demo/CN=RSA Leaf",
-              "-out", request});
-        Host({"openssl", "x509", "-req", "-in", request, "-CA", Demo("regular/inter.pem"), "-CAkey",
-              Demo("regular/inter.key"), "-CAcreateserial", "-CAserial",
-              (token_ / "serial").string(), "-days", "30", "-sha256", "-extfile", extensions,
-              "-out", rsaCert_.string()});
+        const pki::Key rsa = pki::Key::Generate(pki::Key::Type::Rsa2048);
+        WriteFile(rsaKey, rsa.ToPem());
+        WriteFile(rsaCert_, pki::Hierarchy::Load(Demo("regular"))
+                                .IssueLeaf(pki::LeafOptions("RSA Leaf", 4300), rsa)
+                                .ToPem());
 
         Import(Demo("regular/leaf.key"), Demo("regular/leaf.pem"), "ec-key", "01");
         Import(rsaKey, rsaCert_.string(), "rsa-key", "02");

@@ -1,10 +1,10 @@
 #include <iterator>
 
+#include <boost/algorithm/hex.hpp>
 #include <boost/filesystem/operations.hpp>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <openssl/sha.h>
-#include <openssl/ts.h>
 
 #include "sign_tool.h"
 #include "support/pki.h"
@@ -22,29 +22,13 @@ using ::testing::HasSubstr;
 
 const std::string kContent = "<manifest>\r\n  <file path=\"bin/agent\"/>\n</manifest>\n";
 
-template <class T, void (*Free)(T*)> struct Deleter {
-    void operator()(T* p) const { Free(p); }
-};
-using TsReqPtr = std::unique_ptr<TS_REQ, Deleter<TS_REQ, TS_REQ_free>>;
-
-std::string Hex(const unsigned char* bytes, std::size_t size)
-{
-    static constexpr char kDigits[] = "0123456789abcdef";
-    std::string text;
-    for (std::size_t i = 0; i < size; ++i) {
-        text += kDigits[bytes[i] >> 4];
-        text += kDigits[bytes[i] & 15];
-    }
-    return text;
-}
-
 /// SHA-256, hex, of the signer's signature value: the imprint of its tokens.
 std::string Imprint(const std::string& file)
 {
     const Blob value = pki::SignatureValue(pki::ToBlob(file));
     unsigned char digest[32];
     SHA256(value.data(), value.size(), digest);
-    return Hex(digest, sizeof digest);
+    return boost::algorithm::hex_lower(std::string(std::begin(digest), std::end(digest)));
 }
 
 std::vector<std::string> EmbeddedTokens(const std::string& file)
@@ -157,19 +141,9 @@ TEST_F(TimestampTest, QueryIsTheOneOpensslTsWouldWrite)
         EXPECT_THAT(text.out, HasSubstr(line));
     }
 
-    const std::string der = ReadFile(query);
-    const auto* cursor = reinterpret_cast<const unsigned char*>(der.data());
-    const TsReqPtr request(d2i_TS_REQ(nullptr, &cursor, static_cast<long>(der.size())));
-    ASSERT_TRUE(request);
-    const ASN1_OCTET_STRING* imprint =
-        TS_MSG_IMPRINT_get_msg(TS_REQ_get_msg_imprint(request.get()));
-    EXPECT_EQ(
-        Hex(ASN1_STRING_get0_data(imprint), static_cast<std::size_t>(ASN1_STRING_length(imprint))),
-        Imprint(signed_));
-
     const Path again = scratch_ / "again.tsq";
     Query(file_, again);
-    EXPECT_NE(ReadFile(again), der) << "a fresh nonce every time";
+    EXPECT_NE(ReadFile(again), ReadFile(query)) << "a fresh nonce every time";
 }
 
 TEST_F(TimestampTest, ReplyOfStockOpensslIsEmbeddedAndReplaced)

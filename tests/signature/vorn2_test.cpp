@@ -60,19 +60,6 @@ protected:
     std::string step_;
 };
 
-TEST_F(Vorn2Test, SignedFilesOfBothSizesVerifyAndHandBackTheContent)
-{
-    for (const unsigned bits : {256u, 512u}) {
-        for (const std::string_view content :
-             {"<manifest>\n  <file path=\"a\"/>\n</manifest>\n", ""}) {
-            const Blob file = Signed(content, Key(bits));
-            EXPECT_EQ(file.size(), content.size() + 1 + 8 + bits / 4 + 4 + 8);
-            EXPECT_EQ(Verify(file), kSuccess);
-            EXPECT_EQ(content_, Blob(content.begin(), content.end()));
-        }
-    }
-}
-
 // Every single changed byte fails, with the code of the part it hit.
 TEST_F(Vorn2Test, AnyChangedByteFails)
 {

@@ -231,6 +231,8 @@ Blob MakeCrl(const Certificate& issuer, const Key& issuerKey,
     return ToDerOf<X509_CRL, i2d_X509_CRL>(crl.get());
 }
 
+namespace {
+
 Blob SignCms(std::span<const std::uint8_t> content, const Certificate& signer, const Key& key,
              const std::vector<Certificate>& chain, const SignOptions& options)
 {
@@ -265,6 +267,8 @@ Blob SignCms(std::span<const std::uint8_t> content, const Certificate& signer, c
     }
     return ToDerOf<CMS_ContentInfo, i2d_CMS_ContentInfo>(cms.get());
 }
+
+}  // namespace
 
 Blob SignLum(std::span<const std::uint8_t> content, const Certificate& signer, const Key& key,
              const std::vector<Certificate>& chain, const SignOptions& options)
@@ -416,13 +420,7 @@ std::vector<Signer> PolicyBreakingSigners(const Hierarchy& hierarchy)
     };
     const Certificate& good = hierarchy.intermediate;
     const Key& goodKey = hierarchy.intermediateKey;
-    const CertificateOptions leaf = LeafOptions("", 0);
-    CertificateOptions sha1 = leaf;
-    sha1.digest = "SHA1";
-    CertificateOptions md5 = leaf;
-    md5.digest = "MD5";
-    CertificateOptions ca = leaf;
-    ca.basicConstraints = "critical,CA:TRUE";
+    const CertificateOptions leaf;
     CertificateOptions sha1Ca = CaOptions("", 0);
     sha1Ca.digest = "SHA1";
     CertificateOptions serverAuthCa = CaOptions("", 0);
@@ -438,10 +436,11 @@ std::vector<Signer> PolicyBreakingSigners(const Hierarchy& hierarchy)
         signer("RSA-512 signer", Key::Generate(Key::Type::Rsa512), leaf, good, goodKey),
         signer("P-224 signer", Key::Generate(Key::Type::P224), leaf, good, goodKey),
         signer("RSA-1024 intermediate", Key::Generate(), leaf, weak, weakKey),
-        signer("ECDSA-SHA1 signer", Key::Generate(), sha1, good, goodKey),
-        signer("RSA-MD5 signer", Key::Generate(), md5, rsa, rsaKey),
+        signer("ECDSA-SHA1 signer", Key::Generate(), {.digest = "SHA1"}, good, goodKey),
+        signer("RSA-MD5 signer", Key::Generate(), {.digest = "MD5"}, rsa, rsaKey),
         signer("SHA-1 intermediate", Key::Generate(), leaf, sha1Signed, goodKey),
-        signer("CA signer", Key::Generate(), ca, good, goodKey),
+        signer("CA signer", Key::Generate(), {.basicConstraints = "critical,CA:TRUE"}, good,
+               goodKey),
         signer("serverAuth intermediate", Key::Generate(), leaf, serverAuth, goodKey),
     };
 }

@@ -96,10 +96,8 @@ struct SignOptions {
     std::string signatureAlgorithm{};
 };
 
-/// DER of a CMS SignedData over `content` by `signer`, carrying `chain`.
-Blob SignCms(std::span<const std::uint8_t> content, const Certificate& signer, const Key& key,
-             const std::vector<Certificate>& chain = {}, const SignOptions& options = {});
-/// A signed file: content, CMS DER, trailer.
+/// A signed file: content, the DER of a CMS SignedData over it by `signer`
+/// carrying `chain`, trailer.
 Blob SignLum(std::span<const std::uint8_t> content, const Certificate& signer, const Key& key,
              const std::vector<Certificate>& chain = {}, const SignOptions& options = {});
 
