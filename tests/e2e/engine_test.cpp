@@ -168,7 +168,7 @@ TEST_F(EngineTest, GenerationFillsOnlyMissingValues)
     WriteFile(dir_ / "lib/f1", "1");
     WriteFile(dir_ / "in.xml",
               "<Manifest><File path=\"%ProductRoot%/a\"/>"
-              "<File path=\"%ProductRoot%/arm\" arch=\"ARM64\"/>"
+              "<File path=\"%ProductRoot%/an\" arch=\"E2K64\"/>"
               "<File path=\"%ProductRoot%/b\"><Check type=\"Sha256\" value=\"a2VwdA==\"/></File>"
               "<File path=\"%ProductRoot%/c\"><Check type=\"Exists\"/><Check type=\"Value\"/>"
               "</File><Files path=\"%ProductRoot%/lib\"><File path=\"x\">"
@@ -185,7 +185,7 @@ TEST_F(EngineTest, GenerationFillsOnlyMissingValues)
                   check +
                   "\"Sha256\" value=\"ungWv48Bz+pBQUDeXa4iI7ADYaOWF3qctBD/YfIAFa0=\" />\n    "
                   "</File>\n"
-                  "    <File arch=\"ARM64\" path=\"%ProductRoot%/arm\" />\n"
+                  "    <File arch=\"E2K64\" path=\"%ProductRoot%/an\" />\n"
                   "    <File path=\"%ProductRoot%/b\">" +
                   check + "\"Sha256\" value=\"a2VwdA==\" />\n    </File>\n" +
                   "    <File path=\"%ProductRoot%/c\">" + check + "\"Exists\" />" + check +
