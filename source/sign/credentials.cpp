@@ -194,13 +194,7 @@ CertificateStackPtr LoadCertificates(const Path& path)
 
 Blob CertificateDer(X509& certificate)
 {
-    const int size = i2d_X509(&certificate, nullptr);
-    Blob der(size > 0 ? static_cast<std::size_t>(size) : 0);
-    unsigned char* cursor = der.data();
-    if (size <= 0 || i2d_X509(&certificate, &cursor) != size) {
-        ICT_THROW(messages::kOpenSslFailed, TakeOpenSslError());
-    }
-    return der;
+    return EncodeDer([&](unsigned char** out) { return i2d_X509(&certificate, out); });
 }
 
 std::string SubjectOf(X509& certificate)

@@ -41,13 +41,7 @@ CMS_SignerInfo* OnlySigner(CMS_ContentInfo& cms)
 
 Blob Encode(CMS_ContentInfo& cms)
 {
-    const int size = i2d_CMS_ContentInfo(&cms, nullptr);
-    Blob der(size > 0 ? static_cast<std::size_t>(size) : 0);
-    unsigned char* cursor = der.data();
-    if (size <= 0 || i2d_CMS_ContentInfo(&cms, &cursor) != size) {
-        ICT_THROW(messages::kOpenSslFailed, TakeOpenSslError());
-    }
-    return der;
+    return EncodeDer([&](unsigned char** out) { return i2d_CMS_ContentInfo(&cms, out); });
 }
 
 /// Why `der` no longer verifies over `content`; empty when it does. The

@@ -138,13 +138,7 @@ Blob TimestampReply::VerifiedToken(const LumSignedFile& file, const TimestampReq
     CheckSigner(Signer(), time);
     CheckSignature(time);
 
-    const int size = i2d_PKCS7(token, nullptr);
-    Blob der(size > 0 ? static_cast<std::size_t>(size) : 0);
-    unsigned char* cursor = der.data();
-    if (size <= 0 || i2d_PKCS7(token, &cursor) != size) {
-        ICT_THROW(messages::kOpenSslFailed, TakeOpenSslError());
-    }
-    return der;
+    return EncodeDer([&](unsigned char** out) { return i2d_PKCS7(token, out); });
 }
 
 void TimestampReply::CheckStatus() const
